@@ -1,0 +1,39 @@
+# Compiler settings shared by every target of the project.
+
+option(QBRK_WERROR "Treat compiler warnings as errors" OFF)
+option(QBRK_SANITIZE "Build native code with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(QBRK_FUZZ "Build only the portable core and the libFuzzer targets (clang)" OFF)
+option(QBRK_BENCH "Build the native benchmarks" OFF)
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+
+if(QBRK_SANITIZE AND NOT WIN32)
+  add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer
+                      -fno-sanitize-recover=all -O1)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
+if(QBRK_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
+if(WIN32)
+  # Ship without MinGW runtime DLLs: the host loads nothing but system libraries.
+  add_link_options(-static -static-libgcc -static-libstdc++)
+  add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601 WINVER=0x0601)
+endif()
+
+# Warnings, and the code page of narrow literals, for the project's own targets.
+# The library speaks Shift_JIS (code page 932); g++ turns the UTF-8 sources' narrow
+# literals into those bytes. clang cannot, so code built by clang must not rely on them.
+function(qbrk_target_options target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wshadow -Wnon-virtual-dtor
+                                           $<$<BOOL:${QBRK_WERROR}>:-Werror>)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX,C>:-finput-charset=UTF-8
+                                             -fexec-charset=CP932>)
+  endif()
+endfunction()
