@@ -1,0 +1,25 @@
+// The credential record stored in "Info" and "ProxyInfo", and its scrambling. The
+// scrambling hides the password from casual reading; it is not encryption.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "settings/settings.h"
+
+namespace qbrk {
+
+// The plain record: 8 unused bytes, three 32-bit offsets (reserved string 20, user 21,
+// password or 0xFFFFFFFF), the empty reserved string, the user, the optional password.
+std::vector<uint8_t> BuildCredentialRecord(const std::string& user, const std::string& password,
+                                           bool remember_password);
+// Reads a plain record; false when its offsets or strings do not fit its length.
+bool ParseCredentialRecord(const std::vector<uint8_t>& plain, Credentials* out);
+
+// Scrambles with a permutation drawn from rand() after srand(seed).
+std::vector<uint8_t> ScrambleCredentialRecord(const std::vector<uint8_t>& plain, uint32_t seed);
+// False for a length that is not a multiple of 8 or a key entry of 8 or more.
+bool UnscrambleCredentialRecord(const std::vector<uint8_t>& stored, std::vector<uint8_t>* plain);
+
+}  // namespace qbrk
