@@ -1,0 +1,148 @@
+#include "support/dialog_driver.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+namespace qbrk::test {
+
+namespace {
+
+constexpr int kFindTimeoutMs = 5000;
+constexpr int kPollMs = 20;
+
+UINT EndDialogMessage() {
+  static const UINT message = RegisterWindowMessageA("QbrkTestEndDialog");
+  return message;
+}
+
+// Sees the dialog thread's messages before the dialog does, so the end request is carried out
+// on the thread that owns the dialog.
+LRESULT CALLBACK EndRequestHook(int code, WPARAM wparam, LPARAM lparam) {
+  if (code == HC_ACTION && wparam == PM_REMOVE) {
+    MSG* message = reinterpret_cast<MSG*>(lparam);
+    if (message->message == EndDialogMessage()) {
+      EndDialog(message->hwnd, 0);
+      message->message = WM_NULL;
+    }
+  }
+  return CallNextHookEx(nullptr, code, wparam, lparam);
+}
+
+// Test programs run side by side on one display: only this process's dialogs count.
+HWND FindOwnDialog(const std::string& caption) {
+  HWND found = nullptr;
+  while ((found = FindWindowExA(nullptr, found, "#32770", caption.c_str())) != nullptr) {
+    DWORD process = 0;
+    GetWindowThreadProcessId(found, &process);
+    if (process == GetCurrentProcessId() && IsWindowVisible(found)) return found;
+  }
+  return nullptr;
+}
+
+HWND WaitForDialog(const std::string& caption) {
+  for (int waited = 0; waited < kFindTimeoutMs; waited += kPollMs) {
+    if (HWND found = FindOwnDialog(caption)) return found;
+    Sleep(kPollMs);
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+uint32_t RunDialog(const std::function<uint32_t()>& show, const std::string& caption,
+                   const std::function<void(HWND)>& drive) {
+  HHOOK hook = SetWindowsHookExA(WH_GETMESSAGE, EndRequestHook, nullptr, GetCurrentThreadId());
+  EXPECT_NE(hook, nullptr);
+  std::thread driver([&] {
+    HWND dialog = WaitForDialog(caption);
+    if (!dialog) {
+      ADD_FAILURE() << "no dialog titled \"" << caption << "\" appeared";
+      return;
+    }
+    drive(dialog);
+    if (!WaitUntilClosed(dialog)) {
+      ADD_FAILURE() << "the dialog \"" << caption << "\" is still open";
+      ForceEndDialog(dialog);
+    }
+  });
+  const uint32_t result = show();
+  driver.join();
+  if (hook) UnhookWindowsHookEx(hook);
+  return result;
+}
+
+uint32_t RunWithoutDialog(const std::function<uint32_t()>& show, const std::string& caption) {
+  HHOOK hook = SetWindowsHookExA(WH_GETMESSAGE, EndRequestHook, nullptr, GetCurrentThreadId());
+  std::atomic<bool> done{false};
+  std::thread guard([&] {
+    for (int waited = 0; waited < kFindTimeoutMs && !done; waited += kPollMs) {
+      if (HWND dialog = FindOwnDialog(caption)) {
+        ADD_FAILURE() << "a dialog titled \"" << caption << "\" appeared";
+        ForceEndDialog(dialog);
+        return;
+      }
+      Sleep(kPollMs);
+    }
+  });
+  const uint32_t result = show();
+  done = true;
+  guard.join();
+  if (hook) UnhookWindowsHookEx(hook);
+  return result;
+}
+
+void ForceEndDialog(HWND dialog) {
+  PostMessageA(dialog, EndDialogMessage(), 0, 0);
+}
+
+bool WaitUntilClosed(HWND dialog, int timeout_ms) {
+  for (int waited = 0; waited < timeout_ms; waited += kPollMs) {
+    if (!IsWindow(dialog)) return true;
+    Sleep(kPollMs);
+  }
+  return !IsWindow(dialog);
+}
+
+void Click(HWND dialog, int id) {
+  SendMessageA(GetDlgItem(dialog, id), BM_CLICK, 0, 0);
+}
+
+std::string TextOf(HWND dialog, int id) {
+  HWND window = id ? GetDlgItem(dialog, id) : dialog;
+  char text[1024] = {};
+  // WM_GETTEXT reaches a window of another thread; GetWindowText would not for controls.
+  SendMessageA(window, WM_GETTEXT, sizeof(text), reinterpret_cast<LPARAM>(text));
+  return text;
+}
+
+RECT ClientRectOf(HWND dialog, int id) {
+  RECT rect{};
+  GetWindowRect(GetDlgItem(dialog, id), &rect);
+  MapWindowPoints(nullptr, dialog, reinterpret_cast<POINT*>(&rect), 2);
+  return rect;
+}
+
+void PressEscape(HWND dialog) {
+  PostMessageA(dialog, WM_KEYDOWN, VK_ESCAPE, 0x00010001);
+}
+
+HWND FocusOf(HWND dialog) {
+  const DWORD thread = GetWindowThreadProcessId(dialog, nullptr);
+  HWND focus = nullptr;
+  for (int attempt = 0; attempt < 20; ++attempt) {
+    GUITHREADINFO info{};
+    info.cbSize = sizeof(info);
+    if (GetGUIThreadInfo(thread, &info) && info.hwndActive == dialog && info.hwndFocus) {
+      focus = info.hwndFocus;
+      break;
+    }
+    // Activation brings back the focus the dialog manager kept for the dialog.
+    SetForegroundWindow(dialog);
+    Sleep(50);
+  }
+  return focus;
+}
+
+}  // namespace qbrk::test

@@ -1,0 +1,47 @@
+// Drives a modal dialog as a person would: the dialog runs on the test's thread, and a second
+// thread finds its window, reads it and presses its buttons.
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+#include <string>
+
+namespace qbrk::test {
+
+// Runs `show` (which opens a modal dialog and returns when it ends) on this thread and
+// `drive` on a second thread with the visible top-level dialog titled `caption`. A dialog
+// that `drive` leaves open is a failure and is ended, so a broken dialog cannot hang the run.
+// Returns what `show` returned.
+uint32_t RunDialog(const std::function<uint32_t()>& show, const std::string& caption,
+                   const std::function<void(HWND)>& drive);
+
+// Runs `show` expecting that it opens no dialog titled `caption`; a dialog that does appear
+// is a failure and is ended. Returns what `show` returned.
+uint32_t RunWithoutDialog(const std::function<uint32_t()>& show, const std::string& caption);
+
+// Ends a dialog of the driving thread's partner without pressing anything (for dialogs that
+// have no way out by design). The dialog then ends with 0.
+void ForceEndDialog(HWND dialog);
+
+// Waits until `dialog` no longer exists; false after `timeout_ms`.
+bool WaitUntilClosed(HWND dialog, int timeout_ms = 3000);
+
+// Presses a button the way a click does and lets the dialog handle it.
+void Click(HWND dialog, int id);
+
+// Presses Escape in the dialog; the dialog manager turns it into the cancel command.
+void PressEscape(HWND dialog);
+
+// The text of a control, or of the window itself when id is 0, as ANSI (code page 932) text.
+std::string TextOf(HWND dialog, int id = 0);
+
+// A control's rectangle in the dialog's client coordinates.
+RECT ClientRectOf(HWND dialog, int id);
+
+// The control that has the keyboard focus in the dialog's thread, once the dialog is active.
+// Other test programs share the display and may take the activation (and with it the focus)
+// away; the dialog is activated again, a bounded number of times, until the focus is back.
+HWND FocusOf(HWND dialog);
+
+}  // namespace qbrk::test
