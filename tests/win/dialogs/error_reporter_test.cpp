@@ -66,8 +66,8 @@ TEST_F(ErrorReporterTest, ConnectionFailureOffersTheStatusPage) {
       RunDialog([&] { return Report(74, "", 0x10); }, CaptionFor(74),
                 [&](HWND dialog) {
                   // The line is written before the box appears.
-        EXPECT_EQ(log_lines_, 1);
-        EXPECT_EQ(TextOf(dialog, IDC_MESSAGE_TEXT), strings_.Load(115));
+                  EXPECT_EQ(log_lines_, 1);
+                  EXPECT_EQ(TextOf(dialog, IDC_MESSAGE_TEXT), strings_.Load(115));
                   EXPECT_TRUE(IsWindowVisible(GetDlgItem(dialog, IDC_MESSAGE_STATUS)));
                   // The caller asked for the hand; errors always show the exclamation mark.
                   EXPECT_EQ(reinterpret_cast<HICON>(
