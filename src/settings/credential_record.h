@@ -10,6 +10,9 @@
 
 namespace qbrk {
 
+// The offset field of a record that holds no password.
+inline constexpr uint32_t kNoPasswordOffset = 0xFFFFFFFF;
+
 // The plain record: 8 unused bytes, three 32-bit offsets (reserved string 20, user 21,
 // password or 0xFFFFFFFF), the empty reserved string, the user, the optional password.
 std::vector<uint8_t> BuildCredentialRecord(const std::string& user, const std::string& password,
@@ -17,9 +20,12 @@ std::vector<uint8_t> BuildCredentialRecord(const std::string& user, const std::s
 // Reads a plain record; false when its offsets or strings do not fit its length.
 bool ParseCredentialRecord(const std::vector<uint8_t>& plain, Credentials* out);
 
-// Scrambles with a permutation drawn from rand() after srand(seed).
+// Scrambles with a permutation drawn from rand() after srand(seed). The result is the plain
+// length rounded up to a multiple of 8, plus one block of padding.
 std::vector<uint8_t> ScrambleCredentialRecord(const std::vector<uint8_t>& plain, uint32_t seed);
-// False for a length that is not a multiple of 8 or a key entry of 8 or more.
+// False for a length that is not a positive multiple of 8, or a key that is not a
+// permutation of 0..7. `plain` receives every block but the padding one, the unused first
+// 8 bytes zeroed.
 bool UnscrambleCredentialRecord(const std::vector<uint8_t>& stored, std::vector<uint8_t>* plain);
 
 }  // namespace qbrk
