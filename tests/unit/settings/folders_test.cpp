@@ -13,184 +13,108 @@ namespace {
 
 constexpr RegistryRoot kUser = RegistryRoot::kCurrentUser;
 constexpr char kDefaultMirror[] = "C:\\Users\\taro\\Documents\\My Quellanbrook";
-
 using Op = MemoryFileSystem::Op;
-using Command = RecordingHostWindow::Command;
-const Command kAnimationOff{false, IDC_HOST_ANIMATION_OFF, 0};
+using Commands = std::vector<RecordingHostWindow::Command>;
+const RecordingHostWindow::Command kAnimationOff{false, IDC_HOST_ANIMATION_OFF, 0};
 
 class MirrorFolderTest : public ::testing::Test {
  protected:
   std::string StoredMirror() const {
     const MemoryRegistry::Value* value = t_.registry.Find(kUser, kSettingsKey, "Mirror");
-    if (!value) return "<none>";
-    EXPECT_EQ(value->type, reg_type::kString);
-    EXPECT_FALSE(value->data.empty());
-    EXPECT_EQ(value->data.back(), 0) << "stored with its terminator";
-    return std::string(value->data.begin(), value->data.end() - 1);
+    return value ? std::string(value->data.begin(), value->data.end()) : "<none>";
   }
-  // Records every file-system call from now on.
-  void RecordOps() {
-    t_.files.set_fault([this](Op op, const std::string& path) {
-      ops_.push_back({op, path});
-      return sys_error::kSuccess;
-    });
+  bool Resolve(bool interactive, const MirrorFolderRepair& repair) {
+    return ResolveMirrorFolder(t_.env, interactive, repair, &path_);
   }
-  bool Resolve(bool interactive, const MirrorFolderRepair& repair, std::string* path) {
-    return ResolveMirrorFolder(t_.env, interactive, repair, path);
+  // A repair that records what it was shown and answers `answer`.
+  MirrorFolderRepair Asker(bool answer) {
+    return [this, answer](const std::string& gone) { return shown_.push_back(gone), answer; };
   }
-
   testing::TwinEnv t_;
-  std::vector<std::pair<Op, std::string>> ops_;
+  std::string path_;
+  std::vector<std::string> shown_;
 };
 
 TEST_F(MirrorFolderTest, FirstRunCreatesAndStoresTheDefaultThenTheAttributeAloneConfirmsIt) {
-  std::string path;
-  ASSERT_TRUE(Resolve(false, nullptr, &path));
-  EXPECT_EQ(path, kDefaultMirror);
-  EXPECT_EQ(StoredMirror(), kDefaultMirror);
+  ASSERT_TRUE(Resolve(false, nullptr));
+  EXPECT_EQ(path_, kDefaultMirror);
+  EXPECT_EQ(StoredMirror(), kDefaultMirror + std::string(1, '\0'));
   uint32_t attributes = 0;
   ASSERT_EQ(t_.files.GetAttributes(kDefaultMirror, &attributes), 0u);
-  EXPECT_TRUE(attributes & file_attr::kDirectory);
-  EXPECT_TRUE(attributes & file_attr::kReadOnly);
+  EXPECT_EQ(attributes, file_attr::kDirectory | file_attr::kReadOnly);
+
+  std::vector<Op> ops;
+  t_.files.set_fault([&ops](Op op, const std::string&) { return ops.push_back(op), 0u; });
+  ASSERT_TRUE(Resolve(true, nullptr));
+  EXPECT_EQ(path_, kDefaultMirror);
+  EXPECT_EQ(ops, std::vector<Op>{Op::kSetAttributes});
   EXPECT_TRUE(t_.host.commands().empty());
 
-  RecordOps();
-  std::string again;
-  ASSERT_TRUE(Resolve(true, nullptr, &again));
-  EXPECT_EQ(again, kDefaultMirror);
-  ASSERT_EQ(ops_.size(), 1u);
-  EXPECT_EQ(ops_[0].first, Op::kSetAttributes);
-  EXPECT_EQ(ops_[0].second, kDefaultMirror);
-}
-
-TEST_F(MirrorFolderTest, DefaultFolderJoinsDocumentsWithOneBackslashAndAcceptsAnExistingOne) {
-  t_.shell.set_folder(KnownFolder::kPersonal, "D:\\Docs\\");
+  // An empty value counts as none; documents ending in a backslash get no second one, and
+  // an existing folder is taken as it is.
   t_.files.AddDrive('D');
   ASSERT_TRUE(t_.files.WriteWholeFile("D:\\Docs\\My Quellanbrook\\kept.txt", "x"));
-  std::string path;
-  ASSERT_TRUE(Resolve(false, nullptr, &path));
-  EXPECT_EQ(path, "D:\\Docs\\My Quellanbrook");
-  EXPECT_EQ(StoredMirror(), "D:\\Docs\\My Quellanbrook");
-  EXPECT_TRUE(t_.files.Exists("D:\\Docs\\My Quellanbrook\\kept.txt"));
-
-  // An empty value counts as none.
+  t_.shell.set_folder(KnownFolder::kPersonal, "D:\\Docs\\");
   t_.registry.PutString(kUser, kSettingsKey, "Mirror", "");
-  ASSERT_TRUE(Resolve(false, nullptr, &path));
-  EXPECT_EQ(StoredMirror(), "D:\\Docs\\My Quellanbrook");
+  ASSERT_TRUE(Resolve(false, nullptr));
+  EXPECT_EQ(path_, "D:\\Docs\\My Quellanbrook");
+  EXPECT_TRUE(t_.files.Exists("D:\\Docs\\My Quellanbrook\\kept.txt"));
 }
 
 TEST_F(MirrorFolderTest, FirstRunFailsWhenTheDefaultCannotBeMadeOrStored) {
-  std::string path = "untouched";
-  ASSERT_TRUE(t_.files.WriteWholeFile(std::string(kDefaultMirror), "a file in the way"));
-  EXPECT_FALSE(Resolve(true, nullptr, &path));
+  ASSERT_TRUE(t_.files.WriteWholeFile(kDefaultMirror, "a file in the way"));
+  EXPECT_FALSE(Resolve(true, nullptr));
   EXPECT_EQ(StoredMirror(), "<none>");
-  EXPECT_EQ(path, "untouched");
-  EXPECT_EQ(t_.host.commands(), std::vector<Command>{kAnimationOff});
-
-  testing::TwinEnv no_documents;
-  no_documents.shell.remove_folder(KnownFolder::kPersonal);
-  EXPECT_FALSE(ResolveMirrorFolder(no_documents.env, true, nullptr, &path));
-
+  t_.shell.remove_folder(KnownFolder::kPersonal);
+  EXPECT_FALSE(Resolve(true, nullptr));
   testing::TwinEnv locked;
   locked.registry.FailKey(kUser, kSettingsKey, sys_error::kAccessDenied);
-  EXPECT_FALSE(ResolveMirrorFolder(locked.env, false, nullptr, &path));
-  EXPECT_EQ(locked.host.commands(), std::vector<Command>{kAnimationOff});
+  EXPECT_FALSE(ResolveMirrorFolder(locked.env, false, nullptr, &path_));
+  EXPECT_EQ(t_.host.commands(), Commands(2, kAnimationOff));
+  EXPECT_EQ(locked.host.commands(), Commands{kAnimationOff});
 }
 
-TEST_F(MirrorFolderTest, VanishedFolderIsNeverRecreatedSilently) {
-  t_.registry.PutString(kUser, kSettingsKey, "Mirror", "C:\\Gone\\Mirror");
-  std::string path;
-  int asked = 0;
-  EXPECT_FALSE(Resolve(
-      false, [&](const std::string&) { return ++asked, true; }, &path));
-  EXPECT_EQ(asked, 0) << "a non-interactive call never asks";
-  EXPECT_FALSE(Resolve(true, nullptr, &path));
-
-  std::vector<std::string> shown;
-  EXPECT_FALSE(Resolve(
-      true,
-      [&](const std::string& gone) {
-        shown.push_back(gone);
-        return false;
-      },
-      &path));
-  EXPECT_EQ(shown, std::vector<std::string>{"C:\\Gone\\Mirror"});
-  EXPECT_FALSE(t_.files.Exists("C:\\Gone\\Mirror"));
-  EXPECT_FALSE(t_.files.Exists(kDefaultMirror));
-  EXPECT_EQ(StoredMirror(), "C:\\Gone\\Mirror");
-  EXPECT_EQ(t_.host.commands(), std::vector<Command>(3, kAnimationOff));
-}
-
-TEST_F(MirrorFolderTest, RepairThatStoresANewFolderRestartsTheResolution) {
+TEST_F(MirrorFolderTest, VanishedOrDamagedFolderGoesToTheUserNeverToSilentCreation) {
   t_.registry.PutString(kUser, kSettingsKey, "Mirror", "C:\\Gone");
+  EXPECT_FALSE(Resolve(false, Asker(true)));  // a non-interactive call never asks
+  EXPECT_FALSE(Resolve(true, nullptr));
+  EXPECT_FALSE(Resolve(true, Asker(false)));
+  t_.registry.Put(kUser, kSettingsKey, "Mirror", reg_type::kString, std::vector<uint8_t>(300, 'C'));
+  EXPECT_FALSE(Resolve(true, Asker(false)));
+  EXPECT_EQ(shown_, (std::vector<std::string>{"C:\\Gone", ""}));
+  EXPECT_FALSE(t_.files.Exists("C:\\Gone") || t_.files.Exists(kDefaultMirror));
+  EXPECT_EQ(StoredMirror(), std::string(300, 'C'));
+  EXPECT_EQ(t_.host.commands(), Commands(4, kAnimationOff));
+
+  // A repair that stores an existing folder starts the resolution again.
   ASSERT_EQ(t_.files.MakeDirectory("C:\\Chosen"), 0u);
   Settings settings(t_.registry);
-  int asked = 0;
-  std::string path;
-  ASSERT_TRUE(Resolve(
-      true,
-      [&](const std::string&) {
-        ++asked;
-        return settings.WriteMirror("C:\\Chosen");
-      },
-      &path));
-  EXPECT_EQ(path, "C:\\Chosen");
-  EXPECT_EQ(asked, 1);
-  EXPECT_TRUE(t_.host.commands().empty());
+  ASSERT_TRUE(
+      Resolve(true, [&](const std::string&) { return settings.WriteMirror("C:\\Chosen"); }));
+  EXPECT_EQ(path_, "C:\\Chosen");
 }
 
-TEST_F(MirrorFolderTest, OnlyMissingOrForbiddenFoldersAreRepaired) {
+TEST_F(MirrorFolderTest, OnlyMissingOrForbiddenFoldersAreRepairedAndNotForever) {
   t_.registry.PutString(kUser, kSettingsKey, "Mirror", "C:\\Mirror");
   for (SysError error : {2u, 3u, 5u, 32u, 123u}) {
-    t_.files.set_fault([error](Op op, const std::string&) {
-      return op == Op::kSetAttributes ? error : sys_error::kSuccess;
-    });
-    int asked = 0;
-    std::string path;
-    EXPECT_FALSE(Resolve(
-        true, [&](const std::string&) { return ++asked, false; }, &path));
-    EXPECT_EQ(asked, error == 2 || error == 3 || error == 5 ? 1 : 0) << error;
+    t_.files.set_fault(
+        [error](Op op, const std::string&) { return op == Op::kSetAttributes ? error : 0u; });
+    shown_.clear();
+    EXPECT_FALSE(Resolve(true, Asker(false)));
+    EXPECT_EQ(shown_.size(), error <= 5 ? 1u : 0u) << error;
   }
-}
-
-TEST_F(MirrorFolderTest, AUserWhoKeepsChoosingVanishingFoldersIsAskedEachTimeButNotForever) {
-  t_.registry.PutString(kUser, kSettingsKey, "Mirror", "C:\\Gone");
-  int asked = 0;
-  std::string path;
-  EXPECT_FALSE(Resolve(
-      true, [&](const std::string&) { return ++asked, true; }, &path));
-  EXPECT_EQ(asked, kMaxMirrorRepairRounds);
-  EXPECT_EQ(t_.host.commands(), std::vector<Command>{kAnimationOff});
-}
-
-TEST_F(MirrorFolderTest, DamagedMirrorValueGoesToTheUserInsteadOfTheDefault) {
-  t_.registry.Put(kUser, kSettingsKey, "Mirror", reg_type::kString, std::vector<uint8_t>(300, 'C'));
-  std::vector<std::string> shown;
-  std::string path;
-  EXPECT_FALSE(Resolve(
-      true,
-      [&](const std::string& gone) {
-        shown.push_back(gone);
-        return false;
-      },
-      &path));
-  EXPECT_EQ(shown, std::vector<std::string>{""});
-  EXPECT_FALSE(Resolve(false, nullptr, &path));
-  EXPECT_FALSE(t_.files.Exists(kDefaultMirror));
-  EXPECT_EQ(t_.registry.Find(kUser, kSettingsKey, "Mirror")->data.size(), 300u);
-}
-
-TEST_F(MirrorFolderTest, AnimationZeroSilencesTheFailureNotice) {
-  t_.registry.PutString(kUser, kSettingsKey, "Mirror", "C:\\Gone");
-  std::string path;
-  t_.registry.PutDword(kUser, kSettingsKey, "Animation", 0);
-  EXPECT_FALSE(Resolve(false, nullptr, &path));
-  EXPECT_TRUE(t_.host.commands().empty());
-  t_.registry.PutDword(kUser, kSettingsKey, "Animation", 2);
-  EXPECT_FALSE(Resolve(false, nullptr, &path));
-  t_.registry.Put(kUser, kSettingsKey, "Animation", reg_type::kDword, {0, 0});
-  EXPECT_FALSE(Resolve(false, nullptr, &path));
-  EXPECT_EQ(t_.host.commands(), std::vector<Command>(2, kAnimationOff));
+  // A user who keeps choosing folders that vanish is asked each time, a bounded number.
+  t_.files.set_fault(nullptr);
+  shown_.clear();
+  EXPECT_FALSE(Resolve(true, Asker(true)));
+  EXPECT_EQ(shown_.size(), static_cast<size_t>(kMaxMirrorRepairRounds));
+  // Only Animation 0 silences the notice.
+  t_.host.clear();
+  for (uint32_t animation : {0u, 2u}) {
+    t_.registry.PutDword(kUser, kSettingsKey, "Animation", animation);
+    EXPECT_FALSE(Resolve(false, nullptr));
+  }
+  EXPECT_EQ(t_.host.commands(), Commands{kAnimationOff});
 }
 
 TEST(DataFolderTest, CreatesEachComponentAndNamesTheTableFile) {
@@ -198,35 +122,16 @@ TEST(DataFolderTest, CreatesEachComponentAndNamesTheTableFile) {
   t.shell.set_folder(KnownFolder::kLocalAppData, "C:\\Local\\");
   ASSERT_TRUE(t.files.WriteWholeFile("C:\\Local\\Halvorn\\other.txt", "kept"));
   std::string path;
-  ASSERT_TRUE(ResolveDataFolder(t.env, &path));
-  EXPECT_EQ(path, "C:\\Local\\Halvorn\\Quellanbrook\\1.0");
-  uint32_t attributes = 0;
-  ASSERT_EQ(t.files.GetAttributes(path, &attributes), 0u);
-  EXPECT_TRUE(attributes & file_attr::kDirectory);
-  ASSERT_TRUE(ResolveDataFolder(t.env, &path));  // all exist now: still fine
   ASSERT_TRUE(TableFilePath(t.env, &path));
   EXPECT_EQ(path, "C:\\Local\\Halvorn\\Quellanbrook\\1.0\\.Qbrook.dir");
-}
+  EXPECT_TRUE(t.files.Exists("C:\\Local\\Halvorn\\Quellanbrook\\1.0"));
+  ASSERT_TRUE(ResolveDataFolder(t.env, &path));  // existing folders are fine
 
-TEST(DataFolderTest, AnyFailureOtherThanAnExistingFolderFails) {
-  testing::TwinEnv file_in_way;
-  ASSERT_TRUE(file_in_way.files.WriteWholeFile(
-      "C:\\Users\\taro\\AppData\\Local\\Halvorn\\Quellanbrook", "not a folder"));
-  std::string path = "untouched";
-  EXPECT_FALSE(ResolveDataFolder(file_in_way.env, &path));
-  EXPECT_FALSE(TableFilePath(file_in_way.env, &path));
-  EXPECT_EQ(path, "untouched");
-
-  testing::TwinEnv denied;
-  denied.files.set_fault([](Op op, const std::string& p) {
-    return op == Op::kMakeDirectory && p.find("1.0") != std::string::npos ? sys_error::kAccessDenied
-                                                                          : sys_error::kSuccess;
-  });
-  EXPECT_FALSE(ResolveDataFolder(denied.env, &path));
-
-  testing::TwinEnv no_folder;
-  no_folder.shell.remove_folder(KnownFolder::kLocalAppData);
-  EXPECT_FALSE(ResolveDataFolder(no_folder.env, &path));
+  ASSERT_EQ(t.files.RemoveDirectory("C:\\Local\\Halvorn\\Quellanbrook\\1.0"), 0u);
+  ASSERT_TRUE(t.files.WriteWholeFile("C:\\Local\\Halvorn\\Quellanbrook\\1.0", "a file"));
+  EXPECT_FALSE(ResolveDataFolder(t.env, &path));
+  t.shell.remove_folder(KnownFolder::kLocalAppData);
+  EXPECT_FALSE(ResolveDataFolder(t.env, &path));
 }
 
 }  // namespace

@@ -13,80 +13,55 @@
 namespace qbrk {
 namespace {
 
-constexpr RegistryRoot kClasses = RegistryRoot::kClassesRoot;
 constexpr RegistryRoot kMachine = RegistryRoot::kLocalMachine;
 using Lines = std::vector<std::string>;
 
-TEST(BrowserCommandLineTest, UrlReplacesEveryPercentOneOrIsAppended) {
-  EXPECT_EQ(BrowserCommandLine("\"C:\\b\\browser.exe\" -nohome \"%1\"", "http://a/"),
-            "\"C:\\b\\browser.exe\" -nohome \"http://a/\"");
-  EXPECT_EQ(BrowserCommandLine("b.exe %1 --fallback=%1", "http://a/"),
-            "b.exe http://a/ --fallback=http://a/");
-  EXPECT_EQ(BrowserCommandLine("C:\\b\\browser.exe", "http://a/"), "C:\\b\\browser.exe http://a/");
-  // The URL's own "%1" (an escape) is not taken for a placeholder.
+TEST(BrowserTest, UrlReplacesEveryPercentOneOrIsAppendedAfterABlank) {
+  EXPECT_EQ(BrowserCommandLine("\"C:\\b.exe\" -nohome \"%1\"", "http://a/"),
+            "\"C:\\b.exe\" -nohome \"http://a/\"");
+  EXPECT_EQ(BrowserCommandLine("b.exe %1 --again=%1", "u"), "b.exe u --again=u");
+  EXPECT_EQ(BrowserCommandLine("C:\\b.exe", "http://a/"), "C:\\b.exe http://a/");
+  // The URL's own "%1" (an escape) is never taken for a placeholder.
   EXPECT_EQ(BrowserCommandLine("b.exe %1", "http://a/x%1Fy"), "b.exe http://a/x%1Fy");
-  EXPECT_EQ(BrowserCommandLine("b.exe", "http://a/x%1Fy"), "b.exe http://a/x%1Fy");
 }
 
-class OpenUrlTest : public ::testing::Test {
- protected:
-  void RegisterBrowser(const std::string& command) {
-    t_.registry.PutString(kClasses, ".htm", "", "htmlfile");
-    t_.registry.PutString(kClasses, "htmlfile\\shell\\open\\command", "", command);
-  }
-  testing::TwinEnv t_;
-};
+TEST(BrowserTest, RunsOnlyARegisteredBrowserOnANonEmptyUrl) {
+  testing::TwinEnv t;
+  EXPECT_FALSE(OpenUrlInBrowser(t.registry, t.shell, "http://a/"));
+  t.registry.PutString(RegistryRoot::kClassesRoot, ".htm", "", "htmlfile");
+  EXPECT_FALSE(OpenUrlInBrowser(t.registry, t.shell, "http://a/"));
+  t.registry.PutString(RegistryRoot::kClassesRoot, "htmlfile\\shell\\open\\command", "",
+                       "\"C:\\Web\\web.exe\" \"%1\"");
+  EXPECT_FALSE(OpenUrlInBrowser(t.registry, t.shell, nullptr));
+  EXPECT_FALSE(OpenUrlInBrowser(t.registry, t.shell, ""));
+  EXPECT_TRUE(t.shell.command_lines().empty());
+  EXPECT_TRUE(OpenUrlInBrowser(t.registry, t.shell, "http://a/"));
+  EXPECT_EQ(t.shell.command_lines(), Lines{"\"C:\\Web\\web.exe\" \"http://a/\""});
 
-TEST_F(OpenUrlTest, RunsTheRegisteredBrowser) {
-  RegisterBrowser("\"C:\\Web\\web.exe\" \"%1\"");
-  EXPECT_TRUE(OpenUrlInBrowser(t_.registry, t_.shell, "http://example.test/"));
-  EXPECT_EQ(t_.shell.command_lines(), Lines{"\"C:\\Web\\web.exe\" \"http://example.test/\""});
-}
+  // The home page command opens the named page, and answers 1 even with nothing to open.
+  EXPECT_EQ(ViewHomePage(t.env, kEmergencyPageValue), 1u);
+  t.registry.PutString(kMachine, kHomePageKey, kEmergencyPageValue, "http://status/");
+  t.registry.PutString(kMachine, kHomePageKey, "Empty", "");
+  EXPECT_EQ(ViewHomePage(t.env, "Empty"), 1u);
+  EXPECT_EQ(ViewHomePage(t.env, kEmergencyPageValue), 1u);
+  EXPECT_EQ(t.shell.command_lines(), (Lines{"\"C:\\Web\\web.exe\" \"http://a/\"",
+                                            "\"C:\\Web\\web.exe\" \"http://status/\""}));
 
-TEST_F(OpenUrlTest, NoUrlOrNoRegistrationRunsNothing) {
-  EXPECT_FALSE(OpenUrlInBrowser(t_.registry, t_.shell, "http://example.test/"));
-  t_.registry.PutString(kClasses, ".htm", "", "htmlfile");
-  EXPECT_FALSE(OpenUrlInBrowser(t_.registry, t_.shell, "http://example.test/"));
-  t_.registry.PutString(kClasses, "htmlfile\\shell\\open\\command", "", "");
-  EXPECT_FALSE(OpenUrlInBrowser(t_.registry, t_.shell, "http://example.test/"));
-  t_.registry.PutString(kClasses, ".htm", "", "");
-  RegisterBrowser("web.exe");
-  EXPECT_FALSE(OpenUrlInBrowser(t_.registry, t_.shell, nullptr));
-  EXPECT_FALSE(OpenUrlInBrowser(t_.registry, t_.shell, ""));
-  EXPECT_TRUE(t_.shell.command_lines().empty());
-}
-
-TEST_F(OpenUrlTest, MailProgramIsOpenedThroughMailto) {
-  EXPECT_TRUE(StartMailProgram(t_.shell));
-  ASSERT_EQ(t_.shell.shell_opens().size(), 1u);
-  EXPECT_EQ(t_.shell.shell_opens()[0].first, "open");
-  EXPECT_EQ(t_.shell.shell_opens()[0].second, "mailto:");
-}
-
-TEST_F(OpenUrlTest, HomePageOpensTheNamedUrlAndAlwaysAnswersOne) {
-  RegisterBrowser("web.exe %1");
-  EXPECT_EQ(ViewHomePage(t_.env, kEmergencyPageValue), 1u);  // no key at all
-  t_.registry.PutString(kMachine, kHomePageKey, "Empty", "");
-  EXPECT_EQ(ViewHomePage(t_.env, "Empty"), 1u);
-  EXPECT_TRUE(t_.shell.command_lines().empty());
-
-  t_.registry.PutString(kMachine, kHomePageKey, kEmergencyPageValue, "http://status.example.test/");
-  EXPECT_EQ(ViewHomePage(t_.env, kEmergencyPageValue), 1u);
-  EXPECT_EQ(t_.shell.command_lines(), Lines{"web.exe http://status.example.test/"});
+  EXPECT_TRUE(StartMailProgram(t.shell));
+  EXPECT_EQ(t.shell.shell_opens(),
+            (std::vector<std::pair<std::string, std::string>>{{"open", "mailto:"}}));
 }
 
 TEST(UpdaterTest, RunsTheUpdaterFromTheInstallationFolder) {
   testing::TwinEnv t;
   EXPECT_EQ(RunUpdater(t.env), 0u);
-  EXPECT_TRUE(t.shell.processes().empty());
-
-  t.registry.PutString(kMachine, kSetupFolderKey, "qbrkClientTool", "C:\\Program Files\\Qbrook");
+  t.registry.PutString(kMachine, kSetupFolderKey, kSetupFolderValue, "C:\\Program Files\\Q");
   EXPECT_EQ(RunUpdater(t.env), 1u);
-  t.registry.PutString(kMachine, kSetupFolderKey, "qbrkClientTool", "D:\\Q\\");
+  t.registry.PutString(kMachine, kSetupFolderKey, kSetupFolderValue, "D:\\Q\\");
   t.shell.set_process_starts(false);
   EXPECT_EQ(RunUpdater(t.env), 0u);
-  EXPECT_EQ(t.shell.processes(), (Lines{"\"C:\\Program Files\\Qbrook\\hvqbrksu.exe\" /u",
-                                        "\"D:\\Q\\hvqbrksu.exe\" /u"}));
+  EXPECT_EQ(t.shell.processes(),
+            (Lines{"\"C:\\Program Files\\Q\\hvqbrksu.exe\" /u", "\"D:\\Q\\hvqbrksu.exe\" /u"}));
 }
 
 }  // namespace
