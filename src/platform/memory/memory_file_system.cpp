@@ -430,7 +430,7 @@ SysError MemoryFileSystem::MakeDirectory(const std::string& path) {
   return sys_error::kSuccess;
 }
 
-SysError MemoryFileSystem::RemoveDirectory(const std::string& path) {
+SysError MemoryFileSystem::RemoveEmptyDirectory(const std::string& path) {
   if (SysError e = InjectedFault(Op::kRemoveDirectory, path)) return e;
   std::string name;
   SysError error = 0;
