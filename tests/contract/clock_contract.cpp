@@ -98,19 +98,9 @@ TEST_P(ClockContract, LocalTimeIsSaneAndWithinAZoneOfUtc) {
       << "shift " << shift;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Twin, ClockContract,
-    testing::Values(Implementation<ClockUnderTest>{
-        "Twin",
-        [] { return std::unique_ptr<ClockUnderTest>(std::make_unique<Owned<FakeClock>>()); }}),
-    ImplementationName());
+QBRK_CONTRACT_FOR(Twin, ClockContract, ClockUnderTest, Owned<FakeClock>);
 #ifdef _WIN32
-INSTANTIATE_TEST_SUITE_P(
-    Win32, ClockContract,
-    testing::Values(Implementation<ClockUnderTest>{
-        "Win32",
-        [] { return std::unique_ptr<ClockUnderTest>(std::make_unique<Owned<Win32Clock>>()); }}),
-    ImplementationName());
+QBRK_CONTRACT_FOR(Win32, ClockContract, ClockUnderTest, Owned<Win32Clock>);
 
 // <chrono> cannot be used here: its micro sign has no code page 932 form.
 TEST(Win32ClockTest, NowIsTheSystemTime) {

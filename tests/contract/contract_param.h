@@ -29,4 +29,16 @@ struct ImplementationName {
   }
 };
 
+template <typename Harness, typename Made>
+std::unique_ptr<Harness> Make() {
+  return std::make_unique<Made>();
+}
+
 }  // namespace qbrk
+
+// Runs `suite` on the harness type `made` under the name `name` (Twin, Win32).
+#define QBRK_CONTRACT_FOR(name, suite, harness, made)                                        \
+  INSTANTIATE_TEST_SUITE_P(                                                                  \
+      name, suite,                                                                           \
+      testing::Values(::qbrk::Implementation<harness>{#name, &::qbrk::Make<harness, made>}), \
+      ::qbrk::ImplementationName())

@@ -542,21 +542,9 @@ TEST_P(FileSystemContract, TempFolderAndTempFileNames) {
   EXPECT_EQ(fs().MakeTempFile(At(std::string(300, 'd')), "qbk", &path), e::kFilenameTooLong);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Twin, FileSystemContract,
-    testing::Values(Implementation<FileSystemUnderTest>{
-        "Twin",
-        [] { return std::unique_ptr<FileSystemUnderTest>(std::make_unique<TwinFileSystem>()); }}),
-    ImplementationName());
+QBRK_CONTRACT_FOR(Twin, FileSystemContract, FileSystemUnderTest, TwinFileSystem);
 #ifdef _WIN32
-INSTANTIATE_TEST_SUITE_P(Win32, FileSystemContract,
-                         testing::Values(Implementation<FileSystemUnderTest>{
-                             "Win32",
-                             [] {
-                               return std::unique_ptr<FileSystemUnderTest>(
-                                   std::make_unique<Win32FileSystemUnderTest>());
-                             }}),
-                         ImplementationName());
+QBRK_CONTRACT_FOR(Win32, FileSystemContract, FileSystemUnderTest, Win32FileSystemUnderTest);
 #endif
 
 }  // namespace

@@ -162,21 +162,9 @@ TEST_P(HostWindowContract, TheWindowIsLookedUpAgainOnEveryCall) {
   EXPECT_EQ(received.back(), (Command{false, IDC_HOST_ANIMATION_OFF, 0}));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Twin, HostWindowContract,
-    testing::Values(Implementation<HostWindowUnderTest>{
-        "Twin",
-        [] { return std::unique_ptr<HostWindowUnderTest>(std::make_unique<TwinHostWindow>()); }}),
-    ImplementationName());
+QBRK_CONTRACT_FOR(Twin, HostWindowContract, HostWindowUnderTest, TwinHostWindow);
 #ifdef _WIN32
-INSTANTIATE_TEST_SUITE_P(Win32, HostWindowContract,
-                         testing::Values(Implementation<HostWindowUnderTest>{
-                             "Win32",
-                             [] {
-                               return std::unique_ptr<HostWindowUnderTest>(
-                                   std::make_unique<Win32HostWindowUnderTest>());
-                             }}),
-                         ImplementationName());
+QBRK_CONTRACT_FOR(Win32, HostWindowContract, HostWindowUnderTest, Win32HostWindowUnderTest);
 
 // Not shared with the twin, which records every command at once.
 TEST(Win32HostWindowTest, SendWaitsForTheHostAndPostOnlyQueues) {

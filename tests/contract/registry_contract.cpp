@@ -233,21 +233,9 @@ TEST_P(RegistryContract, KeysOpenedForReadingOrWritingRefuseTheOther) {
   EXPECT_EQ(reader->QueryValue("Other", nullptr, nullptr, &size), e::kSuccess);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Twin, RegistryContract,
-    testing::Values(Implementation<RegistryUnderTest>{
-        "Twin",
-        [] { return std::unique_ptr<RegistryUnderTest>(std::make_unique<TwinRegistry>()); }}),
-    ImplementationName());
+QBRK_CONTRACT_FOR(Twin, RegistryContract, RegistryUnderTest, TwinRegistry);
 #ifdef _WIN32
-INSTANTIATE_TEST_SUITE_P(Win32, RegistryContract,
-                         testing::Values(Implementation<RegistryUnderTest>{
-                             "Win32",
-                             [] {
-                               return std::unique_ptr<RegistryUnderTest>(
-                                   std::make_unique<Win32RegistryUnderTest>());
-                             }}),
-                         ImplementationName());
+QBRK_CONTRACT_FOR(Win32, RegistryContract, RegistryUnderTest, Win32RegistryUnderTest);
 #endif
 
 }  // namespace

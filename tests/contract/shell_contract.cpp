@@ -139,19 +139,10 @@ TEST_P(ShellContract, AShortcutIsAFileASearchFinds) {
   EXPECT_FALSE(shell().CreateShortcut(scratch() + "\\missing\\Qbrook.LNK", spec));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Twin, ShellContract,
-    testing::Values(Implementation<ShellUnderTest>{
-        "Twin", [] { return std::unique_ptr<ShellUnderTest>(std::make_unique<TwinShell>()); }}),
-    ImplementationName());
+QBRK_CONTRACT_FOR(Twin, ShellContract, ShellUnderTest, TwinShell);
 
 #ifdef _WIN32
-INSTANTIATE_TEST_SUITE_P(
-    Win32, ShellContract,
-    testing::Values(Implementation<ShellUnderTest>{
-        "Win32",
-        [] { return std::unique_ptr<ShellUnderTest>(std::make_unique<Win32ShellUnderTest>()); }}),
-    ImplementationName());
+QBRK_CONTRACT_FOR(Win32, ShellContract, ShellUnderTest, Win32ShellUnderTest);
 
 // What the link says can only be read back from a real shell link.
 TEST(Win32ShellTest, TheShortcutKeepsTargetDescriptionAndShowCommand) {

@@ -65,23 +65,9 @@ TEST_P(StringTableContract, MissingEntriesAreEmpty) {
   EXPECT_EQ(strings().Load(65000), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Twin, StringTableContract,
-                         testing::Values(Implementation<StringTableUnderTest>{
-                             "Twin",
-                             [] {
-                               return std::unique_ptr<StringTableUnderTest>(
-                                   std::make_unique<Owned<MemoryStringTable>>());
-                             }}),
-                         ImplementationName());
+QBRK_CONTRACT_FOR(Twin, StringTableContract, StringTableUnderTest, Owned<MemoryStringTable>);
 #ifdef _WIN32
-INSTANTIATE_TEST_SUITE_P(Win32, StringTableContract,
-                         testing::Values(Implementation<StringTableUnderTest>{
-                             "Win32",
-                             [] {
-                               return std::unique_ptr<StringTableUnderTest>(
-                                   std::make_unique<Owned<Win32StringTable>>());
-                             }}),
-                         ImplementationName());
+QBRK_CONTRACT_FOR(Win32, StringTableContract, StringTableUnderTest, Owned<Win32StringTable>);
 #endif
 
 }  // namespace
