@@ -100,7 +100,7 @@ class FileSystem {
   // CreateDirectoryA: 183 when it exists, 3 when the parent is missing.
   virtual SysError MakeDirectory(const std::string& path) = 0;
   // RemoveDirectoryA: 145 when not empty.
-  virtual SysError RemoveDirectory(const std::string& path) = 0;
+  virtual SysError RemoveEmptyDirectory(const std::string& path) = 0;
   // DeleteFileA: 5 for a read-only file or a folder, 32 while another handle lacks delete sharing.
   virtual SysError RemoveFile(const std::string& path) = 0;
   // MoveFileA: fails with 183 when the target exists.

@@ -27,8 +27,9 @@ class RegistryKey {
   virtual ~RegistryKey() = default;
   // RegQueryValueExA. `type` and `data` may be null. With `data` null, `*size` receives the
   // value's size. A buffer that is too small gives 234 (more data) and the needed size.
-  // A missing value gives 2. Strings come back as stored: a terminator is counted only when
-  // the writer stored one.
+  // A missing value gives 2, a key opened for writing only gives 5. A string (REG_SZ,
+  // REG_EXPAND_SZ) stored without its terminator comes back with one, and the size counts it
+  // (Wine; Windows may report the size as stored), so readers must not rely on either.
   virtual SysError QueryValue(const std::string& name, uint32_t* type, uint8_t* data,
                               uint32_t* size) = 0;
   // RegSetValueExA: stores exactly `size` bytes of `data` under `type`.

@@ -25,6 +25,7 @@ inline constexpr SysError kInsufficientBuffer = 122;
 inline constexpr SysError kInvalidName = 123;
 inline constexpr SysError kDirNotEmpty = 145;
 inline constexpr SysError kDirectoryInvalid = 267;
+inline constexpr SysError kNegativeSeek = 131;
 inline constexpr SysError kBadPathname = 161;
 inline constexpr SysError kAlreadyExists = 183;
 inline constexpr SysError kFilenameTooLong = 206;

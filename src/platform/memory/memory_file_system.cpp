@@ -30,7 +30,55 @@ namespace {
 
 using NodePtr = std::shared_ptr<MemoryFileSystem::Node>;
 
-constexpr size_t kMaxPath = 260;
+// The ANSI calls convert a path to UTF-16 in a buffer of this many characters (a
+// double-byte character counts once); a longer path fails with 206.
+constexpr size_t kMaxPathCharacters = 260;
+
+size_t CountCharacters(const std::string& text) {
+  size_t count = 0;
+  for (size_t i = 0; i < text.size(); ++i, ++count)
+    if (IsLeadByte(static_cast<unsigned char>(text[i]))) ++i;
+  return count;
+}
+
+// The file system's case-insensitive form of a name: ASCII letters and the double-byte
+// full-width Latin, Greek and Cyrillic capitals of code page 932 become small letters.
+// (Windows folds by Unicode; these are the cased letters of code page 932 a name is likely
+// to hold. Roman numerals and the duplicate NEC/IBM encodings are left as they are.)
+std::string FoldName(const std::string& name) {
+  std::string out = name;
+  for (size_t i = 0; i < out.size(); ++i) {
+    const unsigned char lead = static_cast<unsigned char>(out[i]);
+    if (!IsLeadByte(lead)) {
+      if (lead >= 'A' && lead <= 'Z') out[i] = static_cast<char>(lead - 'A' + 'a');
+      continue;
+    }
+    if (i + 1 >= out.size()) break;
+    const unsigned char trail = static_cast<unsigned char>(out[++i]);
+    if (lead == 0x82 && trail >= 0x60 && trail <= 0x79) {  // Ａ..Ｚ -> ａ..ｚ
+      out[i] = static_cast<char>(trail + 0x21);
+    } else if (lead == 0x83 && trail >= 0x9F && trail <= 0xB6) {  // Α..Ω -> α..ω
+      out[i] = static_cast<char>(trail + 0x20);
+    } else if (lead == 0x84 && trail >= 0x40 && trail <= 0x60) {  // А..Я -> а..я
+      unsigned lower = 0x70 + (trail - 0x40);
+      if (lower >= 0x7F) ++lower;  // 0x7F is never a trail byte
+      out[i] = static_cast<char>(lower);
+    }
+  }
+  return out;
+}
+
+// A name cut into its characters (one or two bytes each).
+std::vector<std::string> Characters(const std::string& text) {
+  std::vector<std::string> out;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const size_t width = IsLeadByte(static_cast<unsigned char>(text[i])) && i + 1 < text.size()
+                             ? 2 : 1;
+    out.push_back(text.substr(i, width));
+    i += width - 1;
+  }
+  return out;
+}
 
 bool IsSeparator(char c) { return c == '\\' || c == '/'; }
 
@@ -51,7 +99,7 @@ bool HasInvalidCharacter(const std::string& name, bool allow_wildcards) {
 // does: either slash separates, "." and ".." are resolved, trailing dots and blanks of each
 // component are dropped. A trail byte of 0x5C is part of its character, not a separator.
 SysError SplitPath(const std::string& path, char* drive, std::vector<std::string>* parts) {
-  if (path.size() >= kMaxPath) return sys_error::kFilenameTooLong;
+  if (CountCharacters(path) > kMaxPathCharacters) return sys_error::kFilenameTooLong;
   if (path.size() < 2 || path[1] != ':' || !std::isalpha(static_cast<unsigned char>(path[0])))
     return sys_error::kPathNotFound;
   if (path.size() > 2 && !IsSeparator(path[2])) return sys_error::kPathNotFound;
@@ -85,16 +133,17 @@ SysError SplitPath(const std::string& path, char* drive, std::vector<std::string
   return sys_error::kSuccess;
 }
 
-// Wildcard match of a name against a mask with * and ?, ignoring ASCII case; "*.*" is "*".
+// Wildcard match of a name against a mask with * and ?, ignoring case as names do; "*.*"
+// is "*". A ? stands for one character, single- or double-byte.
 bool MaskMatches(const std::string& mask, const std::string& name) {
-  const std::string m = mask == "*.*" ? std::string("*") : LowerAscii(mask);
-  const std::string n = LowerAscii(name);
+  const std::vector<std::string> m = Characters(mask == "*.*" ? std::string("*") : FoldName(mask));
+  const std::vector<std::string> n = Characters(FoldName(name));
   size_t mi = 0, ni = 0, star = std::string::npos, resume = 0;
   while (ni < n.size()) {
-    if (mi < m.size() && (m[mi] == '?' || m[mi] == n[ni])) {
+    if (mi < m.size() && (m[mi] == "?" || m[mi] == n[ni])) {
       ++mi;
       ++ni;
-    } else if (mi < m.size() && m[mi] == '*') {
+    } else if (mi < m.size() && m[mi] == "*") {
       star = mi++;
       resume = ni;
     } else if (star != std::string::npos) {
@@ -104,7 +153,7 @@ bool MaskMatches(const std::string& mask, const std::string& name) {
       return false;
     }
   }
-  while (mi < m.size() && m[mi] == '*') ++mi;
+  while (mi < m.size() && m[mi] == "*") ++mi;
   return mi == m.size();
 }
 
@@ -182,7 +231,7 @@ class MemoryFileSystem::OpenFileImpl final : public File {
     int64_t base = 0;
     if (origin == SeekOrigin::kCurrent) base = static_cast<int64_t>(position_);
     if (origin == SeekOrigin::kEnd) base = static_cast<int64_t>(node_->data.size());
-    if (base + offset < 0) return sys_error::kInvalidParameter;
+    if (base + offset < 0) return sys_error::kNegativeSeek;
     position_ = static_cast<uint64_t>(base + offset);
     if (position) *position = position_;
     return sys_error::kSuccess;
@@ -270,7 +319,7 @@ std::shared_ptr<MemoryFileSystem::Node> MemoryFileSystem::Resolve(const std::str
       *error = sys_error::kPathNotFound;
       return nullptr;
     }
-    auto child = node->children.find(LowerAscii(parts[i]));
+    auto child = node->children.find(FoldName(parts[i]));
     if (child == node->children.end()) {
       *error = i + 1 == parts.size() ? sys_error::kFileNotFound : sys_error::kPathNotFound;
       return nullptr;
@@ -328,7 +377,7 @@ SysError MemoryFileSystem::OpenFile(const std::string& path, uint32_t access, ui
   SysError error = 0;
   NodePtr parent = ResolveParent(path, &name, &error);
   if (!parent) return error;
-  const std::string key = LowerAscii(name);
+  const std::string key = FoldName(name);
   auto found = parent->children.find(key);
   NodePtr node = found == parent->children.end() ? nullptr : found->second;
 
@@ -361,6 +410,7 @@ SysError MemoryFileSystem::OpenFile(const std::string& path, uint32_t access, ui
 SysError MemoryFileSystem::FindFirst(const std::string& pattern,
                                      std::unique_ptr<FindHandle>* find, FindData* first) {
   if (SysError e = InjectedFault(Op::kFind, pattern)) return e;
+  if (CountCharacters(pattern) > kMaxPathCharacters) return sys_error::kFilenameTooLong;
   size_t cut = FindLastSingleByte(pattern, '\\');
   const size_t slash = FindLastSingleByte(pattern, '/');
   if (slash != std::string::npos && (cut == std::string::npos || slash > cut)) cut = slash;
@@ -419,7 +469,7 @@ SysError MemoryFileSystem::MakeDirectory(const std::string& path) {
   SysError error = 0;
   NodePtr parent = ResolveParent(path, &name, &error);
   if (!parent) return error == sys_error::kAccessDenied ? sys_error::kAlreadyExists : error;
-  const std::string key = LowerAscii(name);
+  const std::string key = FoldName(name);
   if (parent->children.count(key)) return sys_error::kAlreadyExists;
   auto node = std::make_shared<Node>();
   node->directory = true;
@@ -430,13 +480,13 @@ SysError MemoryFileSystem::MakeDirectory(const std::string& path) {
   return sys_error::kSuccess;
 }
 
-SysError MemoryFileSystem::RemoveDirectory(const std::string& path) {
+SysError MemoryFileSystem::RemoveEmptyDirectory(const std::string& path) {
   if (SysError e = InjectedFault(Op::kRemoveDirectory, path)) return e;
   std::string name;
   SysError error = 0;
   NodePtr parent = ResolveParent(path, &name, &error);
   if (!parent) return error;
-  auto it = parent->children.find(LowerAscii(name));
+  auto it = parent->children.find(FoldName(name));
   if (it == parent->children.end()) return sys_error::kFileNotFound;
   if (!it->second->directory) return sys_error::kDirectoryInvalid;
   if (!it->second->children.empty()) return sys_error::kDirNotEmpty;
@@ -450,7 +500,7 @@ SysError MemoryFileSystem::RemoveFile(const std::string& path) {
   SysError error = 0;
   NodePtr parent = ResolveParent(path, &name, &error);
   if (!parent) return error;
-  auto it = parent->children.find(LowerAscii(name));
+  auto it = parent->children.find(FoldName(name));
   if (it == parent->children.end()) return sys_error::kFileNotFound;
   const Node& node = *it->second;
   if (node.directory || (node.attributes & file_attr::kReadOnly)) return sys_error::kAccessDenied;
@@ -465,13 +515,13 @@ SysError MemoryFileSystem::Rename(const std::string& from, const std::string& to
   SysError error = 0;
   NodePtr from_parent = ResolveParent(from, &from_name, &error);
   if (!from_parent) return error;
-  auto it = from_parent->children.find(LowerAscii(from_name));
+  auto it = from_parent->children.find(FoldName(from_name));
   if (it == from_parent->children.end()) return sys_error::kFileNotFound;
   NodePtr node = it->second;
   if (BlocksDeletion(*node)) return sys_error::kSharingViolation;
   NodePtr to_parent = ResolveParent(to, &to_name, &error);
   if (!to_parent) return error;
-  const std::string to_key = LowerAscii(to_name);
+  const std::string to_key = FoldName(to_name);
   auto existing = to_parent->children.find(to_key);
   // Renaming to another case of the same name is allowed; any other existing target is not.
   if (existing != to_parent->children.end() && existing->second != node)
@@ -491,6 +541,11 @@ SysError MemoryFileSystem::TempFolder(std::string* path) {
 SysError MemoryFileSystem::MakeTempFile(const std::string& folder, const std::string& prefix,
                                         std::string* path) {
   if (SysError e = InjectedFault(Op::kMakeTempFile, folder)) return e;
+  // A folder that is missing or is a file gives 267 (not 2 or 3).
+  SysError error = 0;
+  NodePtr dir = Resolve(folder, &error);
+  if (error == sys_error::kFilenameTooLong) return error;
+  if (!dir || !dir->directory) return sys_error::kDirectoryInvalid;
   std::string base = folder;
   if (!EndsWithSingleByte(base, '\\')) base += '\\';
   base += prefix.substr(0, 3);
@@ -501,7 +556,7 @@ SysError MemoryFileSystem::MakeTempFile(const std::string& folder, const std::st
     std::snprintf(hex, sizeof hex, "%x", number);
     const std::string candidate = base + hex + ".tmp";
     std::unique_ptr<File> file;
-    SysError error = OpenFile(candidate, file_access::kWrite, file_share::kNone,
+    error = OpenFile(candidate, file_access::kWrite, file_share::kNone,
                               Disposition::kCreateNew, &file);
     if (error == sys_error::kSuccess) {
       *path = candidate;

@@ -34,7 +34,7 @@ class MemoryFileSystem final : public FileSystem {
   SysError GetAttributes(const std::string& path, uint32_t* attributes) override;
   SysError SetAttributes(const std::string& path, uint32_t attributes) override;
   SysError MakeDirectory(const std::string& path) override;
-  SysError RemoveDirectory(const std::string& path) override;
+  SysError RemoveEmptyDirectory(const std::string& path) override;
   SysError RemoveFile(const std::string& path) override;
   SysError Rename(const std::string& from, const std::string& to) override;
   SysError TempFolder(std::string* path) override;

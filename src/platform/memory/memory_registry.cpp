@@ -8,22 +8,31 @@ namespace qbrk {
 
 class MemoryRegistry::OpenedKey final : public RegistryKey {
  public:
-  OpenedKey(std::shared_ptr<Key> key, bool writable) : key_(std::move(key)), writable_(writable) {}
+  OpenedKey(std::shared_ptr<Key> key, bool readable, bool writable)
+      : key_(std::move(key)), readable_(readable), writable_(writable) {}
 
   SysError QueryValue(const std::string& name, uint32_t* type, uint8_t* data,
                       uint32_t* size) override {
+    if (!readable_) return sys_error::kAccessDenied;
+    if (data && !size) return sys_error::kInvalidParameter;
     auto it = key_->values.find(LowerAscii(name));
     if (it == key_->values.end()) return sys_error::kFileNotFound;
     const Value& value = it->second;
     if (type) *type = value.type;
-    const uint32_t needed = static_cast<uint32_t>(value.data.size());
+    const uint32_t stored = static_cast<uint32_t>(value.data.size());
+    // A string stored without its terminator comes back with one, counted in the size (what
+    // Wine does; Windows may report the stored size).
+    const bool terminate = (value.type == reg_type::kString ||
+                            value.type == reg_type::kExpandString) &&
+                           stored > 0 && value.data.back() != 0;
+    const uint32_t needed = stored + (terminate ? 1 : 0);
     if (data) {
-      if (!size) return sys_error::kInvalidParameter;
       if (*size < needed) {
         *size = needed;
         return sys_error::kMoreData;
       }
-      if (needed) std::memcpy(data, value.data.data(), needed);
+      if (stored) std::memcpy(data, value.data.data(), stored);
+      if (terminate) data[stored] = 0;
     }
     if (size) *size = needed;
     return sys_error::kSuccess;
@@ -50,6 +59,7 @@ class MemoryRegistry::OpenedKey final : public RegistryKey {
 
  private:
   std::shared_ptr<Key> key_;
+  bool readable_;
   bool writable_;
 };
 
@@ -58,8 +68,7 @@ MemoryRegistry::~MemoryRegistry() = default;
 
 MemoryRegistry::KeyId MemoryRegistry::Id(RegistryRoot root, const std::string& path) {
   std::string folded = LowerAscii(path);
-  while (!folded.empty() && folded.back() == '\\') folded.pop_back();
-  while (!folded.empty() && folded.front() == '\\') folded.erase(0, 1);
+  while (EndsWithSingleByte(folded, '\\')) folded.pop_back();
   return {static_cast<int>(root), folded};
 }
 
@@ -70,16 +79,20 @@ std::shared_ptr<MemoryRegistry::Key> MemoryRegistry::Lookup(const KeyId& id) con
 
 SysError MemoryRegistry::OpenKey(RegistryRoot root, const std::string& path,
                                  RegistryAccess access, std::unique_ptr<RegistryKey>* key) {
+  if (!path.empty() && path.front() == '\\') return sys_error::kBadPathname;
   const KeyId id = Id(root, path);
   if (auto failure = failures_.find(id); failure != failures_.end()) return failure->second;
   auto found = Lookup(id);
   if (!found) return sys_error::kFileNotFound;
-  *key = std::make_unique<OpenedKey>(found, access == RegistryAccess::kWrite);
+  // KEY_READ cannot write and KEY_WRITE cannot read.
+  const bool writes = access == RegistryAccess::kWrite;
+  *key = std::make_unique<OpenedKey>(found, !writes, writes);
   return sys_error::kSuccess;
 }
 
 SysError MemoryRegistry::CreateKey(RegistryRoot root, const std::string& path,
                                    std::unique_ptr<RegistryKey>* key) {
+  if (!path.empty() && path.front() == '\\') return sys_error::kBadPathname;
   const KeyId id = Id(root, path);
   if (auto failure = failures_.find(id); failure != failures_.end()) return failure->second;
   // Create every ancestor, as RegCreateKeyA does.
@@ -93,7 +106,7 @@ SysError MemoryRegistry::CreateKey(RegistryRoot root, const std::string& path,
     start = end + 1;
   }
   if (!Lookup(id)) keys_[id] = std::make_shared<Key>();
-  *key = std::make_unique<OpenedKey>(Lookup(id), true);
+  *key = std::make_unique<OpenedKey>(Lookup(id), true, true);
   return sys_error::kSuccess;
 }
 
