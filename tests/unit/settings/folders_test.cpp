@@ -127,7 +127,7 @@ TEST(DataFolderTest, CreatesEachComponentAndNamesTheTableFile) {
   EXPECT_TRUE(t.files.Exists("C:\\Local\\Halvorn\\Quellanbrook\\1.0"));
   ASSERT_TRUE(ResolveDataFolder(t.env, &path));  // existing folders are fine
 
-  ASSERT_EQ(t.files.RemoveDirectory("C:\\Local\\Halvorn\\Quellanbrook\\1.0"), 0u);
+  ASSERT_EQ(t.files.RemoveEmptyDirectory("C:\\Local\\Halvorn\\Quellanbrook\\1.0"), 0u);
   ASSERT_TRUE(t.files.WriteWholeFile("C:\\Local\\Halvorn\\Quellanbrook\\1.0", "a file"));
   EXPECT_FALSE(ResolveDataFolder(t.env, &path));
   t.shell.remove_folder(KnownFolder::kLocalAppData);
