@@ -1,0 +1,34 @@
+// The WebDAV methods on an account's disk. Each runs with the state's mutex held, after
+// the request body has arrived; PUT streams its body and is an exchange of its own.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "dav_request.h"
+#include "exchange.h"
+
+namespace qbrk::emulator {
+
+inline constexpr char kAllowedMethods[] =
+    "OPTIONS, GET, HEAD, PUT, DELETE, MKCOL, PROPFIND, PROPPATCH, COPY, MOVE, LOCK, UNLOCK";
+
+Response DavOptions(DavRequest& request, std::string body);
+Response DavGet(DavRequest& request, std::string body);
+Response DavPropfind(DavRequest& request, std::string body);
+Response DavProppatch(DavRequest& request, std::string body);
+Response DavMkcol(DavRequest& request, std::string body);
+Response DavDelete(DavRequest& request, std::string body);
+Response DavCopy(DavRequest& request, std::string body);
+Response DavMove(DavRequest& request, std::string body);
+Response DavLock(DavRequest& request, std::string body);
+Response DavUnlock(DavRequest& request, std::string body);
+
+// Takes state.mu itself.
+std::unique_ptr<Exchange> BeginPut(std::shared_ptr<DavRequest> request);
+
+// A simple HTML index of a folder, for browsers looking at a disk or a public page.
+std::string FolderPageHtml(std::string_view title, std::string_view publisher, bool parent_link,
+                           const DiskStore& disk, std::string_view rel);
+
+}  // namespace qbrk::emulator
