@@ -134,10 +134,10 @@ MHD_Result OnRequest(void* cls, MHD_Connection* connection, const char* url, con
 }
 
 void OnCompleted(void* cls, MHD_Connection*, void** con_cls, MHD_RequestTerminationCode code) {
+  auto* server = static_cast<HttpServer*>(cls);
   auto* state = static_cast<ConnectionState*>(*con_cls);
   if (state == nullptr) return;
   *con_cls = nullptr;
-  auto* server = static_cast<HttpServer*>(cls);
   if (server->log_requests()) {
     const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(
                         std::chrono::steady_clock::now() - state->start)
@@ -148,7 +148,9 @@ void OnCompleted(void* cls, MHD_Connection*, void** con_cls, MHD_RequestTerminat
                  static_cast<unsigned long long>(state->bytes), static_cast<long long>(ms),
                  code == MHD_REQUEST_TERMINATED_COMPLETED_OK ? "" : " (connection broken)");
   }
+  // Dropping the exchange undoes what a broken request started; count it afterwards.
   delete state;
+  if (code != MHD_REQUEST_TERMINATED_COMPLETED_OK) server->CountBroken();
 }
 
 // Keeps the path exactly as sent: the service decodes it itself, segment by segment.

@@ -2,6 +2,7 @@
 // connection, so that a request held back by a fault delays nobody else.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -36,6 +37,9 @@ class HttpServer {
 
   Service& service() { return service_; }
   bool log_requests() const { return options_.log_requests; }
+  // Requests whose connection broke off before they were answered and sent.
+  uint64_t broken_requests() const { return broken_requests_; }
+  void CountBroken() { ++broken_requests_; }
 
  private:
   HttpServer(Service& service, ServerOptions options)
@@ -46,6 +50,7 @@ class HttpServer {
   MHD_Daemon* daemon_ = nullptr;
   uint16_t port_ = 0;
   std::string base_url_;
+  std::atomic<uint64_t> broken_requests_{0};
 };
 
 // Whether host is an IPv4 loopback address (127.x.x.x).
