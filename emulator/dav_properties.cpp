@@ -31,12 +31,24 @@ std::string Dav(std::string_view local, std::string_view inner) {
 }  // namespace
 
 std::string EmptyElement(const QName& name) {
-  return "<" + TagOf(name) + NamespaceAttribute(name) + "/>";
+  std::string xml = "<";
+  xml += TagOf(name);
+  xml += NamespaceAttribute(name);
+  xml += "/>";
+  return xml;
 }
 
 std::string Element(const QName& name, std::string_view inner_xml) {
   const std::string tag = TagOf(name);
-  return "<" + tag + NamespaceAttribute(name) + ">" + std::string(inner_xml) + "</" + tag + ">";
+  std::string xml = "<";
+  xml += tag;
+  xml += NamespaceAttribute(name);
+  xml += ">";
+  xml += inner_xml;
+  xml += "</";
+  xml += tag;
+  xml += ">";
+  return xml;
 }
 
 std::optional<std::string> PropertyXml(const DavRequest& request, const QName& name,
