@@ -51,6 +51,20 @@ std::string Element(const QName& name, std::string_view inner_xml) {
   return xml;
 }
 
+std::string StatusLine(int status) {
+  return "HTTP/1.1 " + std::to_string(status) + " " + std::string(ReasonPhrase(status));
+}
+
+std::string MultistatusStart(Charset charset) {
+  return "<?xml version=\"1.0\" encoding=\"" + std::string(CharsetName(charset)) +
+         "\"?>\n<D:multistatus xmlns:D=\"DAV:\" xmlns:F=\"" + kVendorNamespace + "\">\n";
+}
+
+std::string PropstatXml(std::string_view props_xml, int status) {
+  return "<D:propstat><D:prop>" + std::string(props_xml) + "</D:prop><D:status>" +
+         StatusLine(status) + "</D:status></D:propstat>";
+}
+
 std::optional<std::string> PropertyXml(const DavRequest& request, const QName& name,
                                        const ResourceInfo& resource) {
   const Node& node = resource.node;

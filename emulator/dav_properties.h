@@ -33,6 +33,13 @@ std::vector<QName> AllPropNames(const DavRequest& request, const ResourceInfo& r
 // Properties the service computes; PROPPATCH cannot change them (but for getlastmodified).
 bool IsLiveProperty(const QName& name);
 
+// "HTTP/1.1 207 Multi-Status" and the like, for status elements.
+std::string StatusLine(int status);
+// The XML declaration and the opening tag of a multistatus answer.
+std::string MultistatusStart(Charset charset);
+inline constexpr char kMultistatusEnd[] = "</D:multistatus>\n";
+std::string PropstatXml(std::string_view props_xml, int status);
+
 std::string ActiveLockXml(const DavRequest& request, const Lock& lock);
 std::string LockDiscoveryXml(const DavRequest& request, std::string_view rel);
 

@@ -12,15 +12,6 @@ namespace qbrk::emulator {
 
 namespace {
 
-std::string StatusLine(int status) {
-  return "HTTP/1.1 " + std::to_string(status) + " " + std::string(ReasonPhrase(status));
-}
-
-std::string Propstat(std::string_view props, int status) {
-  return "<D:propstat><D:prop>" + std::string(props) + "</D:prop><D:status>" + StatusLine(status) +
-         "</D:status></D:propstat>";
-}
-
 std::string ResponseXml(const DavRequest& request, const PropfindRequest& wanted,
                         const ResourceInfo& resource) {
   std::string found;
@@ -42,8 +33,8 @@ std::string ResponseXml(const DavRequest& request, const PropfindRequest& wanted
   }
   std::string xml = "<D:response><D:href>" +
                     request.HrefXml(resource.rel, resource.node.is_folder()) + "</D:href>";
-  if (!found.empty()) xml += Propstat(found, 200);
-  if (!missing.empty()) xml += Propstat(missing, 404);
+  if (!found.empty()) xml += PropstatXml(found, 200);
+  if (!missing.empty()) xml += PropstatXml(missing, 404);
   return xml + "</D:response>\n";
 }
 
@@ -116,13 +107,11 @@ Response DavPropfind(DavRequest& request, std::string body) {
   if (!request.Stat(request.rel).exists() && !request.IsNullResource(request.rel)) {
     return RefusalResponse({404, "no such resource"});
   }
-  std::string xml = "<?xml version=\"1.0\" encoding=\"" +
-                    std::string(CharsetName(request.charset)) +
-                    "\"?>\n<D:multistatus xmlns:D=\"DAV:\" xmlns:F=\"" + kVendorNamespace + "\">\n";
+  std::string xml = MultistatusStart(request.charset);
   for (const ResourceInfo& resource : Members(request, *depth)) {
     xml += ResponseXml(request, wanted.value(), resource);
   }
-  xml += "</D:multistatus>\n";
+  xml += kMultistatusEnd;
   return XmlResponse(207, std::move(xml), CharsetName(request.charset));
 }
 

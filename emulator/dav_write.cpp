@@ -14,10 +14,6 @@ namespace qbrk::emulator {
 
 namespace {
 
-std::string StatusLine(int status) {
-  return "HTTP/1.1 " + std::to_string(status) + " " + std::string(ReasonPhrase(status));
-}
-
 Response Locked() {
   return RefusalResponse({423, "the resource is locked"});
 }
@@ -30,21 +26,19 @@ Response FailedWith(int err, std::string_view what) {
 // One multistatus response about the request's resource, with one propstat per status.
 Response PropPatchAnswer(const DavRequest& request, const std::vector<PropPatchOperation>& ops,
                          const std::vector<int>& statuses) {
-  std::string xml =
-      "<?xml version=\"1.0\" encoding=\"" + std::string(CharsetName(request.charset)) +
-      "\"?>\n<D:multistatus xmlns:D=\"DAV:\" xmlns:F=\"" + kVendorNamespace +
-      "\">\n<D:response><D:href>" +
-      request.HrefXml(request.rel, request.Stat(request.rel).is_folder()) + "</D:href>";
+  std::string xml = MultistatusStart(request.charset) + "<D:response><D:href>" +
+                    request.HrefXml(request.rel, request.Stat(request.rel).is_folder()) +
+                    "</D:href>";
   for (const int status : {200, 403, 409, 424}) {
     std::string props;
     for (size_t i = 0; i < ops.size(); ++i) {
       if (statuses[i] == status) props += EmptyElement(ops[i].name);
     }
     if (props.empty()) continue;
-    xml += "<D:propstat><D:prop>" + props + "</D:prop><D:status>" + StatusLine(status) +
-           "</D:status></D:propstat>";
+    xml += PropstatXml(props, status);
   }
-  xml += "</D:response>\n</D:multistatus>\n";
+  xml += "</D:response>\n";
+  xml += kMultistatusEnd;
   return XmlResponse(207, std::move(xml), CharsetName(request.charset));
 }
 
@@ -188,6 +182,11 @@ Response DavProppatch(DavRequest& request, std::string body) {
   if (modified) {
     if (int err = request.account.disk.SetModified(request.rel, *modified); err != 0) {
       return FailedWith(err, "setting the time");
+    }
+    // File systems clamp what they cannot hold (ext4: 1901 to 2446); say so rather than
+    // report another time later.
+    if (request.Stat(request.rel).modified != *modified) {
+      return RefusalResponse({500, "the data folder cannot hold this time"});
     }
   }
   PropertyStore& store = request.state.properties;

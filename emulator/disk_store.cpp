@@ -115,7 +115,9 @@ int DiskStore::CopyTree(std::string_view from, std::string_view to) const {
   if (!node.is_folder()) return ENOENT;
   if (int err = MakeFolder(to); err != 0) return err;
   for (const std::string& name : Children(from)) {
-    if (int err = CopyTree(ChildOf(from, name), ChildOf(to, name)); err != 0) return err;
+    const std::string child = ChildOf(from, name);
+    if (!Stat(child).exists()) continue;  // links and special files are not resources
+    if (int err = CopyTree(child, ChildOf(to, name)); err != 0) return err;
   }
   return SetModified(to, node.modified);
 }

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 #include <mutex>
+#include <stdexcept>
 #include <vector>
 
 namespace qbrk::emulator {
@@ -113,16 +114,30 @@ MHD_Result OnRequest(void* cls, MHD_Connection* connection, const char* url, con
     state->method = head.method;
     state->target = head.target;
     state->peer = head.peer;
-    state->exchange = server->service().Begin(std::move(head));
+    try {
+      state->exchange = server->service().Begin(std::move(head));
+    } catch (const std::exception& e) {
+      state->exchange = Refuse({500, e.what()});
+    }
     return MHD_YES;
   }
   auto* state = static_cast<ConnectionState*>(*con_cls);
   if (*upload_data_size > 0) {
-    const bool go_on = state->exchange->Consume(upload_data, *upload_data_size);
+    bool go_on = false;
+    try {
+      go_on = state->exchange->Consume(upload_data, *upload_data_size);
+    } catch (const std::exception&) {
+      // Dropping the connection undoes the request.
+    }
     *upload_data_size = 0;
     return go_on ? MHD_YES : MHD_NO;
   }
-  Response r = state->exchange->Finish();
+  Response r;
+  try {
+    r = state->exchange->Finish();
+  } catch (const std::exception& e) {
+    r = RefusalResponse({500, e.what()});
+  }
   state->status = r.status;
   state->bytes = r.BodyLength();
   MHD_Response* response = ToMhdResponse(r);

@@ -2,10 +2,10 @@
 
 #include <pugixml.hpp>
 
-#include <cstdio>
 
 #include "disk_path.h"
 #include "percent_encoding.h"
+#include "state_file.h"
 
 namespace qbrk::emulator {
 
@@ -20,13 +20,9 @@ std::string Escaped(std::string_view bytes) {
 void PropertyStore::Load(const std::string& file, std::string* warning) {
   file_ = file;
   properties_.clear();
-  if (FILE* f = std::fopen(file.c_str(), "rb")) {
-    std::fclose(f);
-  } else {
-    return;
-  }
   pugi::xml_document doc;
-  bool ok = static_cast<bool>(doc.load_file(file.c_str()));
+  if (!LoadStateFile(file, &doc, warning)) return;
+  bool ok = true;
   std::map<Key, std::vector<DeadProperty>> loaded;
   pugi::xml_node root = doc.child("properties");
   ok = ok && root;
@@ -43,8 +39,7 @@ void PropertyStore::Load(const std::string& file, std::string* warning) {
     }
   }
   if (!ok) {
-    std::rename(file.c_str(), (file + ".bad").c_str());
-    *warning = "could not read " + file + "; kept as " + file + ".bad, starting empty";
+    SetStateFileAside(file, warning);
     return;
   }
   properties_ = std::move(loaded);
@@ -65,9 +60,7 @@ bool PropertyStore::Save() const {
       node.text().set(p.value_xml.c_str());
     }
   }
-  const std::string temp = file_ + ".new";
-  if (!doc.save_file(temp.c_str(), "  ")) return false;
-  return std::rename(temp.c_str(), file_.c_str()) == 0;
+  return SaveStateFile(doc, file_);
 }
 
 std::vector<DeadProperty> PropertyStore::Get(std::string_view user, std::string_view rel) const {

@@ -3,11 +3,11 @@
 #include <pugixml.hpp>
 
 #include <algorithm>
-#include <cstdio>
 
 #include "disk_path.h"
 #include "http_date.h"
 #include "percent_encoding.h"
+#include "state_file.h"
 
 namespace qbrk::emulator {
 
@@ -35,13 +35,9 @@ void PublicationStore::Load(const std::string& file, std::string* warning) {
   file_ = file;
   publications_.clear();
   displays_.clear();
-  if (FILE* f = std::fopen(file.c_str(), "rb")) {
-    std::fclose(f);
-  } else {
-    return;
-  }
   pugi::xml_document doc;
-  bool ok = static_cast<bool>(doc.load_file(file.c_str()));
+  if (!LoadStateFile(file, &doc, warning)) return;
+  bool ok = true;
   std::vector<Publication> publications;
   std::vector<AccountDisplay> displays;
   pugi::xml_node root = doc.child("publishing");
@@ -68,8 +64,7 @@ void PublicationStore::Load(const std::string& file, std::string* warning) {
     }
   }
   if (!ok) {
-    std::rename(file.c_str(), (file + ".bad").c_str());
-    *warning = "could not read " + file + "; kept as " + file + ".bad, starting empty";
+    SetStateFileAside(file, warning);
     return;
   }
   publications_ = std::move(publications);
@@ -100,9 +95,7 @@ bool PublicationStore::Save() const {
       node.append_attribute("since") = FormatHttpDate(p.since).c_str();
     }
   }
-  const std::string temp = file_ + ".new";
-  if (!doc.save_file(temp.c_str(), "  ")) return false;
-  return std::rename(temp.c_str(), file_.c_str()) == 0;
+  return SaveStateFile(doc, file_);
 }
 
 const Publication* PublicationStore::FindByToken(std::string_view token) const {

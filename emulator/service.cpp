@@ -116,6 +116,19 @@ std::unique_ptr<Exchange> Service::Begin(RequestHead head) {
 BufferedResponse Service::Handle(std::string method, std::string target,
                                  std::vector<std::pair<std::string, std::string>> headers,
                                  std::string_view body) {
+  try {
+    return HandleWhole(std::move(method), std::move(target), std::move(headers), body);
+  } catch (const std::exception& e) {
+    BufferedResponse out;
+    out.status = 500;
+    out.body = e.what();
+    return out;
+  }
+}
+
+BufferedResponse Service::HandleWhole(std::string method, std::string target,
+                                      std::vector<std::pair<std::string, std::string>> headers,
+                                      std::string_view body) {
   RequestHead head;
   head.method = std::move(method);
   head.target = std::move(target);

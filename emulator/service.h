@@ -60,6 +60,9 @@ class Service {
 
  private:
   Service();
+  BufferedResponse HandleWhole(std::string method, std::string target,
+                               std::vector<std::pair<std::string, std::string>> headers,
+                               std::string_view body);
   std::unique_ptr<ServiceState> state_;
   std::vector<std::string> warnings_;
 };
