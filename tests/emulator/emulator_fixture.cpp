@@ -7,8 +7,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "base64.h"
-#include "disk_store.h"
+#include "emulator/base64.h"
+#include "emulator/disk_store.h"
 
 namespace qbrk::emulator::testing {
 

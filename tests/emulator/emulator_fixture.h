@@ -7,10 +7,10 @@
 #include <memory>
 #include <string>
 
-#include "config.h"
-#include "http_server.h"
+#include "emulator/config.h"
+#include "emulator/http_server.h"
+#include "emulator/service.h"
 #include "http_test_client.h"
-#include "service.h"
 
 namespace qbrk::emulator::testing {
 

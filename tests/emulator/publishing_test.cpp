@@ -3,8 +3,8 @@
 
 #include <ctime>
 
+#include "emulator/http_date.h"
 #include "emulator_fixture.h"
-#include "http_date.h"
 #include "protocol/service.h"
 
 namespace qbrk::emulator::testing {

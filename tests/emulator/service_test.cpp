@@ -1,12 +1,12 @@
 // The service driven in-process, without sockets, as protocol tests may drive it.
-#include "service.h"
+#include "emulator/service.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 
-#include "base64.h"
+#include "emulator/base64.h"
 #include "protocol/service.h"
 
 namespace qbrk::emulator {

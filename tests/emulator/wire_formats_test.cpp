@@ -1,13 +1,13 @@
 // The parsers of what arrives on the wire.
 #include <gtest/gtest.h>
 
-#include "base64.h"
-#include "content_range.h"
-#include "disk_path.h"
-#include "http_date.h"
-#include "if_header.h"
-#include "percent_encoding.h"
-#include "shift_jis.h"
+#include "emulator/base64.h"
+#include "emulator/content_range.h"
+#include "emulator/disk_path.h"
+#include "emulator/http_date.h"
+#include "emulator/if_header.h"
+#include "emulator/percent_encoding.h"
+#include "emulator/shift_jis.h"
 
 namespace qbrk::emulator {
 namespace {
