@@ -23,7 +23,7 @@ std::string UsageText() {
          "  --cert FILE --key FILE  HTTPS with this certificate and key (PEM)\n"
          "  --control               enable the control endpoint /_emulator/\n"
          "  --fault RULE            a fault rule, as posted to /_emulator/faults; repeatable\n"
-         "  --hold-lock SPEC        a lock held by someone else, as posted to\n"
+         "  --hold-lock LINE        a lock held by someone else, as posted to\n"
          "                          /_emulator/locks; repeatable\n"
          "  --log                   log every request on stderr\n"
          "The first line on stdout is the base URL. SIGTERM stops the emulator.\n";
