@@ -65,14 +65,12 @@ constexpr size_t kMaxEntityBody = 10;
 
 class XmlDocument::Parser {
  public:
-  Parser(std::string& text, std::vector<Node>& nodes)
-      : s_(text.data()), n_(text.size()), nodes_(nodes) {}
+  Parser(std::string& text, NodeStore& nodes) : s_(text.data()), n_(text.size()), nodes_(nodes) {}
 
   XmlError Run() {
-    if (n_ >= UINT32_MAX) return XmlError::kTooLarge;
+    if (n_ >= Node::kElementBit) return XmlError::kTooLarge;
     if (std::memchr(s_, '\0', n_)) return XmlError::kBadCharacter;
-    ReserveNodes();
-    nodes_.push_back(Node{0, 0, 0, 0, kDocument});
+    nodes_.Add(Node{0, Node::kElementBit, 0, 0});
     stack_.push_back(Open{0, 0});
     while (pos_ < n_) {
       const XmlError error = s_[pos_] == '<' ? Markup() : CharacterData();
@@ -93,17 +91,10 @@ class XmlDocument::Parser {
     return n_ - pos_ >= length && std::memcmp(s_ + pos_, prefix, length) == 0;
   }
 
-  // Roughly one node per "<": reserving that many avoids most regrowth of large listings.
-  void ReserveNodes() {
-    size_t tags = 0;
-    for (const char* p = s_; (p = static_cast<const char*>(std::memchr(p, '<', s_ + n_ - p))); ++p)
-      ++tags;
-    nodes_.reserve(tags + 2);
-  }
-
-  XmlNodeId Add(Kind kind, size_t begin, size_t length) {
-    const XmlNodeId id = static_cast<XmlNodeId>(nodes_.size());
-    nodes_.push_back(Node{static_cast<uint32_t>(begin), static_cast<uint32_t>(length), 0, 0, kind});
+  XmlNodeId Add(bool element, size_t begin, size_t length) {
+    const XmlNodeId id =
+        nodes_.Add(Node{static_cast<uint32_t>(begin),
+                        static_cast<uint32_t>(length) | (element ? Node::kElementBit : 0), 0, 0});
     Open& parent = stack_.back();
     if (parent.last_child == 0) {
       nodes_[parent.node].first_child = id;
@@ -168,23 +159,30 @@ class XmlDocument::Parser {
   XmlError CharacterData() {
     const void* lt = std::memchr(s_ + pos_, '<', n_ - pos_);
     const size_t end = lt ? static_cast<const char*>(lt) - s_ : n_;
-    if (AtTopLevel()) {
-      for (size_t p = pos_; p < end; ++p)
-        if (!IsSpace(s_[p])) return XmlError::kBadSyntax;
-      pos_ = end;
-      return XmlError::kNone;
-    }
-    const XmlError error = AppendText(pos_, end, true);
+    const size_t from = pos_;
     pos_ = end;
-    return error;
+    if (text_node_ == 0 && AllSpace(from, end)) {
+      if (AtTopLevel()) return XmlError::kNone;
+      // White space between elements is dropped; an element's whole content is kept.
+      const bool closes_element = end + 1 < n_ && s_[end + 1] == '/';
+      if (!closes_element || stack_.back().last_child != 0) return XmlError::kNone;
+    }
+    if (AtTopLevel()) return XmlError::kBadSyntax;
+    return AppendText(from, end, true);
+  }
+
+  bool AllSpace(size_t from, size_t to) const {
+    for (size_t p = from; p < to; ++p)
+      if (!IsSpace(s_[p])) return false;
+    return true;
   }
 
   // Adds s_[from, to) to the text node being built, resolving entities when `decode` is set.
   // The text is moved down in place: the write position never passes the read position.
   XmlError AppendText(size_t from, size_t to, bool decode) {
-    if (text_node_ == 0) text_node_ = Add(kText, from, 0);
+    if (text_node_ == 0) text_node_ = Add(false, from, 0);
     Node& text = nodes_[text_node_];
-    size_t write = text.begin + text.length;
+    size_t write = text.begin + text.length();
     auto copy = [&](size_t a, size_t b) {
       if (write != a) std::memmove(s_ + write, s_ + a, b - a);
       write += b - a;
@@ -207,7 +205,7 @@ class XmlDocument::Parser {
       s_[write++] = decoded;
       from = end + 1;
     }
-    text.length = static_cast<uint32_t>(write - text.begin);
+    text.length_and_kind = static_cast<uint32_t>(write - text.begin);
     return XmlError::kNone;
   }
 
@@ -221,7 +219,7 @@ class XmlDocument::Parser {
     if (AtTopLevel() && root_seen_) return XmlError::kBadSyntax;  // a second root element
     root_seen_ = true;
     text_node_ = 0;
-    const XmlNodeId element = Add(kElement, name_begin, p - name_begin);
+    const XmlNodeId element = Add(true, name_begin, p - name_begin);
     for (;;) {
       while (p < n_ && IsSpace(s_[p]))
         ++p;
@@ -279,7 +277,7 @@ class XmlDocument::Parser {
     if (s_[p] != '>') return XmlError::kBadSyntax;
     if (AtTopLevel()) return XmlError::kMismatchedTag;
     const Node& open = nodes_[stack_.back().node];
-    if (name != std::string_view(s_ + open.begin, open.length)) return XmlError::kMismatchedTag;
+    if (name != std::string_view(s_ + open.begin, open.length())) return XmlError::kMismatchedTag;
     stack_.pop_back();
     text_node_ = 0;
     pos_ = p + 1;
@@ -289,7 +287,7 @@ class XmlDocument::Parser {
   char* s_;
   size_t n_;
   size_t pos_ = 0;
-  std::vector<Node>& nodes_;
+  NodeStore& nodes_;
   std::vector<Open> stack_;
   XmlNodeId text_node_ = 0;  // the text node that character data is appended to, if any
   bool root_seen_ = false;
@@ -297,7 +295,7 @@ class XmlDocument::Parser {
 
 XmlError XmlDocument::Parse(std::string text) {
   text_ = std::move(text);
-  nodes_.clear();
+  nodes_.Clear();
   XmlError error;
   try {
     error = Parser(text_, nodes_).Run();
@@ -306,9 +304,16 @@ XmlError XmlDocument::Parse(std::string text) {
   }
   if (error != XmlError::kNone) {
     text_.clear();
-    nodes_.clear();
+    nodes_.Clear();
   }
   return error;
+}
+
+XmlNodeId XmlDocument::NodeStore::Add(const Node& node) {
+  if ((size_ & (kBlockSize - 1)) == 0) blocks_.push_back(std::make_unique<Node[]>(kBlockSize));
+  const XmlNodeId id = static_cast<XmlNodeId>(size_++);
+  (*this)[id] = node;
+  return id;
 }
 
 }  // namespace qbrk

@@ -8,13 +8,16 @@
 // interrupt forms one text node. The declaration, comments, processing instructions and a
 // DOCTYPE are skipped.
 //
-// The tree is built for large listings: one flat array of small nodes, and names and texts
-// are views into the document's own bytes (entities are resolved in place, which only ever
-// shortens text). Parsing never recurses, so nesting depth costs only a small stack entry.
-// Hostile input yields an error, never a crash.
+// The tree is built for large listings: small nodes in blocks, and names and texts are
+// views into the document's own bytes (entities are resolved in place, which only ever
+// shortens text). White space between elements is not kept: no reader of the library looks
+// at it, and in an indented listing it would be every second node; white space that is an
+// element's whole content is kept. Parsing never recurses, so nesting depth costs only a
+// small stack entry. Hostile input yields an error, never a crash.
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,7 +32,7 @@ enum class XmlError {
   kBadEntity,      // an unknown or malformed entity or character reference
   kBadCharacter,   // a NUL byte
   kBadSyntax,      // malformed markup, text outside the root element, a second root...
-  kTooLarge,       // 4 GB or more
+  kTooLarge,       // 2 GB or more
   kNoMemory,
 };
 
@@ -43,14 +46,14 @@ class XmlDocument {
   XmlError Parse(std::string text);
 
   XmlNodeId FirstElement() const {
-    return FirstElementFrom(nodes_.empty() ? 0 : nodes_[0].first_child);
+    return FirstElementFrom(nodes_.size() > 0 ? nodes_[0].first_child : 0);
   }
   XmlNodeId FirstChild(XmlNodeId node) const { return Valid(node) ? nodes_[node].first_child : 0; }
   XmlNodeId NextSibling(XmlNodeId node) const {
     return Valid(node) ? nodes_[node].next_sibling : 0;
   }
-  bool IsElement(XmlNodeId node) const { return Valid(node) && nodes_[node].kind == kElement; }
-  bool IsText(XmlNodeId node) const { return Valid(node) && nodes_[node].kind == kText; }
+  bool IsElement(XmlNodeId node) const { return Valid(node) && nodes_[node].is_element(); }
+  bool IsText(XmlNodeId node) const { return Valid(node) && !nodes_[node].is_element(); }
   // The full name of an element; "" for other nodes.
   std::string_view Name(XmlNodeId node) const { return IsElement(node) ? View(node) : ""; }
   // The text of a text node; "" for other nodes.
@@ -58,23 +61,46 @@ class XmlDocument {
 
   // Nodes in the tree, the document node included.
   size_t node_count() const { return nodes_.size(); }
-  // Bytes held: the document and the node array.
-  size_t memory_bytes() const { return text_.capacity() + nodes_.capacity() * sizeof(Node); }
 
  private:
-  enum Kind : uint8_t { kDocument, kElement, kText };
+  // 16 bytes: the top bit of the length word marks an element (documents stay below 2 GB).
   struct Node {
+    static constexpr uint32_t kElementBit = 0x80000000u;
     uint32_t begin;
-    uint32_t length;
+    uint32_t length_and_kind;
     XmlNodeId first_child;
     XmlNodeId next_sibling;
-    Kind kind;
+    bool is_element() const { return (length_and_kind & kElementBit) != 0; }
+    uint32_t length() const { return length_and_kind & ~kElementBit; }
+  };
+
+  // Nodes in blocks of a fixed size: growing never copies the nodes already made and wastes
+  // at most one block, which keeps the peak of large listings low.
+  class NodeStore {
+   public:
+    static constexpr uint32_t kBlockBits = 16;
+    static constexpr uint32_t kBlockSize = 1u << kBlockBits;
+    Node& operator[](XmlNodeId id) { return blocks_[id >> kBlockBits][id & (kBlockSize - 1)]; }
+    const Node& operator[](XmlNodeId id) const {
+      return blocks_[id >> kBlockBits][id & (kBlockSize - 1)];
+    }
+    size_t size() const { return size_; }
+    // The new node's number.
+    XmlNodeId Add(const Node& node);
+    void Clear() {
+      blocks_.clear();
+      size_ = 0;
+    }
+
+   private:
+    std::vector<std::unique_ptr<Node[]>> blocks_;
+    size_t size_ = 0;
   };
   class Parser;
 
   bool Valid(XmlNodeId node) const { return node != 0 && node < nodes_.size(); }
   std::string_view View(XmlNodeId node) const {
-    return std::string_view(text_).substr(nodes_[node].begin, nodes_[node].length);
+    return std::string_view(text_).substr(nodes_[node].begin, nodes_[node].length());
   }
   XmlNodeId FirstElementFrom(XmlNodeId node) const {
     while (node != 0 && !IsElement(node))
@@ -83,7 +109,7 @@ class XmlDocument {
   }
 
   std::string text_;
-  std::vector<Node> nodes_;
+  NodeStore nodes_;
 };
 
 }  // namespace qbrk

@@ -36,7 +36,13 @@ TEST(XmlDocumentTest, BuildsElementsAndTextWithPrefixedNames) {
                  "<!DOCTYPE d [ <!ENTITY x \"a>b\"> ]>\n<!-- c -->"
                  "<D:multistatus xmlns:D='DAV:'>\n <D:href>/a</D:href><e/><f a = \"1\" b='>'/>"
                  "</D:multistatus>\n<?pi?>\n"),
-            "D:multistatus(\"\n \" D:href(\"/a\") e() f())");
+            "D:multistatus(D:href(\"/a\") e() f())");
+}
+
+TEST(XmlDocumentTest, KeepsWhiteSpaceOnlyAsAnElementsWholeContent) {
+  EXPECT_EQ(Tree("<a>\n <b> </b>\n <c>\n</c> <d/> x </a>"), "a(b(\" \") c(\"\n\") d() \" x \")");
+  EXPECT_EQ(Tree("<o> <!-- c --> </o>"), "o(\" \")");
+  EXPECT_EQ(Tree("<o> <i/></o>"), "o(i())");
 }
 
 TEST(XmlDocumentTest, ResolvesEntitiesAndJoinsCharacterData) {
