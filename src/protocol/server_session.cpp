@@ -226,43 +226,52 @@ ResultCode ServerSession::Exchange(std::string_view method, std::string_view pat
   return r;
 }
 
+ResultCode ServerSession::SpoolBody(const std::string& path, ResultCode own) {
+  std::unique_ptr<File> spool;
+  if (env_.files.OpenFile(path, file_access::kWrite, file_share::kNone, Disposition::kCreateAlways,
+                          &spool) != 0)
+    return own;
+  std::vector<char> block(kSpoolBlock);
+  for (;;) {
+    uint32_t got = 0;
+    if (ResultCode r = Read(block.data(), kSpoolBlock, &got, own)) return r;
+    if (got == 0) return result::kSuccess;
+    if (spool->Write(block.data(), got) != 0) return own;
+    if (IsCancelled()) return result::kCancelled;
+  }
+}
+
+namespace {
+
+// The whole content of a file, or false.
+bool ReadWholeFile(FileSystem& files, const std::string& path, std::string* text) {
+  std::unique_ptr<File> file;
+  uint64_t size = 0;
+  if (files.OpenFile(path, file_access::kRead, file_share::kRead, Disposition::kOpenExisting,
+                     &file) != 0 ||
+      file->GetSize(&size) != 0 || size >= UINT32_MAX)
+    return false;
+  text->resize(static_cast<size_t>(size));
+  for (size_t done = 0; done < text->size();) {
+    uint32_t got = 0;
+    if (file->Read(text->data() + done, static_cast<uint32_t>(text->size() - done), &got) != 0 ||
+        got == 0)
+      return false;
+    done += got;
+  }
+  return true;
+}
+
+}  // namespace
+
 ResultCode ServerSession::ReadXmlBody(XmlDocument* doc, ResultCode own) {
   FileSystem& files = env_.files;
   std::string folder, path;
   if (files.TempFolder(&folder) != 0 || files.MakeTempFile(folder, kTempFilePrefix, &path) != 0)
     return own;
-  ResultCode r = result::kSuccess;
-  {
-    std::unique_ptr<File> spool;
-    if (files.OpenFile(path, file_access::kWrite, file_share::kNone, Disposition::kCreateAlways,
-                       &spool) != 0) {
-      r = own;
-    }
-    std::vector<char> block(kSpoolBlock);
-    while (r == result::kSuccess) {
-      uint32_t got = 0;
-      r = Read(block.data(), kSpoolBlock, &got, own);
-      if (r != result::kSuccess || got == 0) break;
-      if (spool->Write(block.data(), got) != 0) r = own;
-      if (r == result::kSuccess && IsCancelled()) r = result::kCancelled;
-    }
-  }
+  ResultCode r = SpoolBody(path, own);
   std::string text;
-  if (r == result::kSuccess) {
-    std::unique_ptr<File> spooled;
-    uint64_t size = 0;
-    uint32_t got = 0;
-    if (files.OpenFile(path, file_access::kRead, file_share::kRead, Disposition::kOpenExisting,
-                       &spooled) != 0 ||
-        spooled->GetSize(&size) != 0 || size >= UINT32_MAX) {
-      r = own;
-    } else {
-      text.resize(static_cast<size_t>(size));
-      if (size != 0 &&
-          (spooled->Read(text.data(), static_cast<uint32_t>(size), &got) != 0 || got != size))
-        r = own;
-    }
-  }
+  if (r == result::kSuccess && !ReadWholeFile(files, path, &text)) r = own;
   files.RemoveFile(path);
   if (r != result::kSuccess) return r;
   return doc->Parse(std::move(text)) == XmlError::kNone ? result::kSuccess : own;

@@ -123,6 +123,8 @@ class ServerSession {
   // Internet error dialog and, when the user accepts, sends again.
   ResultCode SendStep(ResultCode own, bool with_body, uint64_t total_length);
   ResultCode StepFailure(SysError error, ResultCode own);
+  // Writes the whole answer into the file `path`, block by block.
+  ResultCode SpoolBody(const std::string& path, ResultCode own);
   void Trace();
 
   Env& env_;
