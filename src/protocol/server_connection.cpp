@@ -11,6 +11,7 @@
 #include "protocol/service.h"
 #include "protocol/sign_in_record.h"
 #include "protocol/worker_messages.h"
+#include "settings/options.h"
 
 namespace qbrk {
 
@@ -115,6 +116,19 @@ bool ServerConnection::AskSignIn(bool proxy) {
   return true;
 }
 
+bool ServerConnection::RunOptions() {
+  if (ui_.run_options) return ui_.run_options();
+  if (ui_.link == nullptr || IsCancelled()) return false;
+  OptionsRecord record;
+  LoadOptions(env_, &record);
+  uint32_t answer = 0;
+  ui_.link->PostAndWait(worker_message::kOptions, reinterpret_cast<uintptr_t>(&record),
+                        reinterpret_cast<intptr_t>(&answer));
+  if (answer != kAnswerOk) return false;
+  StoreOptions(env_, record);
+  return true;
+}
+
 void ServerConnection::RecordDialUp() {
   dial_up_ = net_.dial_up.Load();
   if (!dial_up_) return;
@@ -153,7 +167,7 @@ ResultCode ServerConnection::Open() {
   if (!loaded_) LoadSettings();
   if (load_result_ == result::kMirrorOrCredentialsMissing) {
     if (IsCancelled()) return result::kCancelled;
-    if (!ui_.run_options || !ui_.run_options()) return result::kCancelled;
+    if (!RunOptions()) return result::kCancelled;
     const ResultCode r = LoadSettings();
     if (r != result::kSuccess && r != result::kSignInNeeded) return r;
   }

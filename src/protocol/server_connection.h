@@ -37,8 +37,9 @@ struct ConnectionUi {
   // The library's message box (text, caption, message-box type); returns the button pressed.
   std::function<int(const std::string& text, const std::string& caption, uint32_t type)>
       message_box;
-  // The options entry run through the dialog (message 1085) when the stored credentials
-  // cannot be read; true when the user confirmed and the options were stored.
+  // Replaces the options entry that runs when the stored credentials cannot be read (by
+  // default: load the options, message 1085 through the link, store them on OK); true when
+  // the user confirmed and the options were stored.
   std::function<bool()> run_options;
 };
 
@@ -77,6 +78,8 @@ class ServerConnection {
   void Notify(uint32_t message, uintptr_t wparam);
   // Asks for credentials through message 1090 and stores them when confirmed.
   bool AskSignIn(bool proxy);
+  // The options dialog through message 1085; true when confirmed and stored.
+  bool RunOptions();
   // Which dial-up connections exist now; dial-up handling is off when that is unknown.
   void RecordDialUp();
   void OfferHangUps();

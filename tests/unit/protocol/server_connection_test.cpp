@@ -6,6 +6,7 @@
 #include "protocol/sign_in_record.h"
 #include "protocol/worker_messages.h"
 #include "protocol_test_support.h"
+#include "settings/options.h"
 
 namespace qbrk {
 namespace {
@@ -28,7 +29,6 @@ class ServerConnectionTest : public testing::ProtocolTest {
       questions_.push_back(text + "|" + caption + "|" + std::to_string(type));
       return answer_;
     };
-    ui.run_options = [this] { return run_options_(); };
     connection_ = std::make_unique<ServerConnection>(env_, NetPlatform{http_, dial_up_}, ui);
     return *connection_;
   }
@@ -64,7 +64,6 @@ class ServerConnectionTest : public testing::ProtocolTest {
   std::vector<std::string> questions_;
   std::vector<SignInRecord> sign_ins_;
   int answer_ = 6;
-  std::function<bool()> run_options_ = [] { return false; };
 };
 
 TEST_F(ServerConnectionTest, OpensWithPreferredHostCheckThenPlainCheck) {
@@ -208,19 +207,28 @@ TEST_F(ServerConnectionTest, ProxyWithoutStoredPasswordAsksAtOnce) {
   EXPECT_EQ(sign_ins_[0].proxy, 1u);
 }
 
-TEST_F(ServerConnectionTest, MissingOrDamagedCredentials) {
+TEST_F(ServerConnectionTest, DamagedCredentialsOpenTheOptionsDialog) {
   registry_.Put(RegistryRoot::kCurrentUser, kSettingsKey, "Info", reg_type::kBinary, {1, 2, 3});
   EXPECT_EQ(Connection().LoadSettings(), 96u);
   EXPECT_EQ(Connection().Open(), 1u);  // the options dialog was not confirmed
-  run_options_ = [this] {
-    settings_.WriteCredentials(CredentialKind::kService, "taro@example.jp", "", false);
-    return true;
-  };
-  AnswerSignIn(false);
-  EXPECT_EQ(Connection().Open(), 1u);  // now 97: the sign-in dialog, cancelled
-  EXPECT_EQ(sign_ins_.size(), 1u);
-  EXPECT_EQ(sign_ins_[0].remember, 0u);
+  ASSERT_EQ(link_.count(worker_message::kOptions), 1u);
 
+  // Confirmed without a password: stored, then the sign-in dialog (cancelled here).
+  link_.OnMessage(worker_message::kOptions, [](uintptr_t wparam, intptr_t lparam) {
+    auto* record = reinterpret_cast<OptionsRecord*>(wparam);
+    EXPECT_EQ(record->mail_address, "");
+    record->mail_address = "taro@example.jp";
+    record->remember_password = 0;
+    *reinterpret_cast<uint32_t*>(lparam) = kAnswerOk;
+  });
+  AnswerSignIn(false);
+  EXPECT_EQ(Connection().Open(), 1u);
+  ASSERT_EQ(sign_ins_.size(), 1u);
+  EXPECT_EQ(sign_ins_[0].user, "taro@example.jp");
+  EXPECT_EQ(sign_ins_[0].remember, 0u);
+}
+
+TEST_F(ServerConnectionTest, MissingCredentialsAskForSignInFirst) {
   std::unique_ptr<RegistryKey> key;
   ASSERT_EQ(registry_.CreateKey(RegistryRoot::kCurrentUser, kSettingsKey, &key), 0u);
   ASSERT_EQ(key->DeleteValue("Info"), 0u);
@@ -229,6 +237,7 @@ TEST_F(ServerConnectionTest, MissingOrDamagedCredentials) {
   http_.Script(200, kOk);
   AnswerSignIn(true, "new@example.jp", "pw");
   EXPECT_EQ(Connection().Open(), 0u);
+  EXPECT_EQ(link_.count(worker_message::kOptions), 0u);
   EXPECT_EQ(http_.requests().size(), 2u);
 }
 
