@@ -310,7 +310,8 @@ XmlError XmlDocument::Parse(std::string text) {
 }
 
 XmlNodeId XmlDocument::NodeStore::Add(const Node& node) {
-  if ((size_ & (kBlockSize - 1)) == 0) blocks_.push_back(std::make_unique<Node[]>(kBlockSize));
+  if ((size_ & (kBlockSize - 1)) == 0)
+    blocks_.push_back(std::make_unique_for_overwrite<Node[]>(kBlockSize));
   const XmlNodeId id = static_cast<XmlNodeId>(size_++);
   (*this)[id] = node;
   return id;

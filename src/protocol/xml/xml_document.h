@@ -78,7 +78,7 @@ class XmlDocument {
   // at most one block, which keeps the peak of large listings low.
   class NodeStore {
    public:
-    static constexpr uint32_t kBlockBits = 16;
+    static constexpr uint32_t kBlockBits = 12;  // 64 KB: small answers stay cheap
     static constexpr uint32_t kBlockSize = 1u << kBlockBits;
     Node& operator[](XmlNodeId id) { return blocks_[id >> kBlockBits][id & (kBlockSize - 1)]; }
     const Node& operator[](XmlNodeId id) const {
