@@ -85,9 +85,14 @@ std::string LogTimeStamp(const CalendarTime& local) {
 
 bool WriteLogLine(FileSystem& files, Clock& clock, uint32_t number, LogKind kind) {
   // The number field is printed signed.
-  const std::string line = "\"" + LogTimeStamp(clock.LocalNow()) + "\" \"" +
-                           (kind == LogKind::kError ? "ERROR" : "EXCEPTION") + "\" " +
-                           std::to_string(static_cast<int32_t>(number)) + "\r\n";
+  // Appended piece by piece: g++ 12 at -O3 warns falsely on `"literal" + std::string&&`.
+  std::string line = "\"";
+  line += LogTimeStamp(clock.LocalNow());
+  line += "\" \"";
+  line += kind == LogKind::kError ? "ERROR" : "EXCEPTION";
+  line += "\" ";
+  line += std::to_string(static_cast<int32_t>(number));
+  line += "\r\n";
   return AppendToCurrentLog(files, {line});
 }
 

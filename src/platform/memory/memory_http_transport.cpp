@@ -1,0 +1,348 @@
+#include "platform/memory/memory_http_transport.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "common/mbcs.h"
+
+namespace qbrk {
+
+namespace {
+
+std::string_view StripLineEnd(std::string_view line) {
+  while (!line.empty() && (line.back() == '\n' || line.back() == '\r'))
+    line.remove_suffix(1);
+  return line;
+}
+
+std::string_view HeaderName(std::string_view line) {
+  const size_t colon = line.find(':');
+  return colon == std::string_view::npos ? line : line.substr(0, colon);
+}
+
+std::string_view Trim(std::string_view text) {
+  while (!text.empty() && (text.front() == ' ' || text.front() == '\t'))
+    text.remove_prefix(1);
+  while (!text.empty() && (text.back() == ' ' || text.back() == '\t'))
+    text.remove_suffix(1);
+  return text;
+}
+
+const char* ReasonPhrase(uint32_t status) {
+  switch (status) {
+    case 200:
+      return "OK";
+    case 201:
+      return "Created";
+    case 204:
+      return "No Content";
+    case 207:
+      return "Multi-Status";
+    case 400:
+      return "Bad Request";
+    case 401:
+      return "Unauthorized";
+    case 403:
+      return "Forbidden";
+    case 404:
+      return "Not Found";
+    case 407:
+      return "Proxy Authentication Required";
+    case 409:
+      return "Conflict";
+    case 412:
+      return "Precondition Failed";
+    case 414:
+      return "Request-URI Too Long";
+    case 423:
+      return "Locked";
+    case 424:
+      return "Failed Dependency";
+    case 500:
+      return "Internal Server Error";
+    case 503:
+      return "Service Unavailable";
+    case 507:
+      return "Insufficient Storage";
+    default:
+      return "Status";
+  }
+}
+
+}  // namespace
+
+std::string SentRequest::Wire() const {
+  std::string wire = method + " " + path + " HTTP/1.1\r\n";
+  for (const auto& line : header_lines)
+    wire += line + "\r\n";
+  wire += "\r\n";
+  wire += body;
+  return wire;
+}
+
+std::string SentRequest::Header(std::string_view name) const {
+  for (const auto& line : header_lines) {
+    if (EqualsIgnoringAsciiCase(HeaderName(line), name)) {
+      const size_t colon = line.find(':');
+      return colon == std::string::npos
+                 ? std::string()
+                 : std::string(Trim(std::string_view(line).substr(colon + 1)));
+    }
+  }
+  return std::string();
+}
+
+class MemoryHttpTransport::Request final : public HttpRequest {
+ public:
+  enum class State { kOpened, kBegun, kSent, kFailed };
+
+  Request(MemoryHttpTransport& transport, size_t index, ScriptedReply reply, bool by_handler)
+      : transport_(transport), index_(index), reply_(std::move(reply)), by_handler_(by_handler) {
+    ++transport_.open_requests_;
+  }
+  ~Request() override { --transport_.open_requests_; }
+
+  SysError AddHeaders(std::string_view headers, HeaderMode mode) override {
+    if (state_ != State::kOpened) return Misuse();
+    record().header_calls.push_back({std::string(headers), mode});
+    if (reply_.fail_at == FailStep::kAddHeaders) return reply_.error;
+    const std::string line(StripLineEnd(headers));
+    auto& lines = record().header_lines;
+    auto same = std::find_if(lines.begin(), lines.end(), [&](const std::string& existing) {
+      return EqualsIgnoringAsciiCase(HeaderName(existing), HeaderName(line));
+    });
+    if (same == lines.end()) {
+      lines.push_back(line);
+    } else if (mode == HeaderMode::kReplace) {
+      *same = line;
+    } else {
+      return net_error::kHeaderAlreadyExists;
+    }
+    return 0;
+  }
+
+  SysError Send(std::string_view body) override {
+    if (state_ != State::kOpened) return Misuse();
+    if (SysError e = SendingFails()) return e;
+    record().body = std::string(body);
+    return Deliver();
+  }
+
+  SysError BeginSend(uint64_t total_length) override {
+    if (state_ != State::kOpened) return Misuse();
+    if (SysError e = SendingFails()) return e;
+    record().begun = true;
+    declared_ = total_length;
+    state_ = State::kBegun;
+    return 0;
+  }
+
+  SysError Write(const void* data, uint32_t size) override {
+    if (state_ != State::kBegun) return Misuse();
+    if (record().body.size() + size > declared_) return Misuse();
+    if (reply_.fail_at == FailStep::kWrite) return Fail();
+    record().body.append(static_cast<const char*>(data), size);
+    return 0;
+  }
+
+  SysError EndSend() override {
+    if (state_ != State::kBegun || record().body.size() != declared_) return Misuse();
+    if (reply_.fail_at == FailStep::kEnd) return Fail();
+    return Deliver();
+  }
+
+  SysError QueryStatus(uint32_t* status) override {
+    if (state_ != State::kSent) return Misuse();
+    if (reply_.fail_at == FailStep::kStatus) return reply_.error;
+    *status = reply_.status;
+    return 0;
+  }
+
+  SysError QueryRawHeaders(HeaderBlock block, std::string* text) override {
+    if (block == HeaderBlock::kRequest) {
+      const std::string wire = record().Wire();
+      *text = wire.substr(0, wire.size() - record().body.size());
+      return 0;
+    }
+    if (state_ != State::kSent) return Misuse();
+    *text = "HTTP/1.1 " + std::to_string(reply_.status) + " " + ReasonPhrase(reply_.status) +
+            "\r\n" + reply_.headers + "\r\n";
+    return 0;
+  }
+
+  SysError Read(void* buffer, uint32_t size, uint32_t* read) override {
+    *read = 0;
+    if (state_ != State::kSent) return Misuse();
+    size_t available = reply_.body.size() - position_;
+    const bool fails = reply_.fail_at == FailStep::kRead;
+    if (fails) {
+      if (position_ >= reply_.fail_after_bytes) return reply_.error;
+      available = std::min(available, reply_.fail_after_bytes - position_);
+    }
+    const size_t n = std::min<size_t>(available, size);
+    if (n) std::memcpy(buffer, reply_.body.data() + position_, n);
+    position_ += n;
+    *read = static_cast<uint32_t>(n);
+    return 0;
+  }
+
+  uint32_t ShowErrorDialog(uintptr_t owner_window, SysError error, uint32_t flags) override {
+    transport_.error_dialogs_.push_back({owner_window, error, flags});
+    return transport_.error_dialog_answer_;
+  }
+
+ private:
+  SentRequest& record() { return transport_.requests_[index_]; }
+
+  SysError Misuse() {
+    ++transport_.misuses_;
+    return net_error::kIncorrectHandleState;
+  }
+
+  SysError Fail() {
+    state_ = State::kFailed;
+    return reply_.error;
+  }
+
+  // The failures a send can meet before anything reaches the server.
+  SysError SendingFails() {
+    if (reply_.untrusted_sends > 0) {
+      --reply_.untrusted_sends;
+      return net_error::kInvalidCa;
+    }
+    if (reply_.fail_at == FailStep::kSend) return Fail();
+    return 0;
+  }
+
+  // The request has reached the server: take its answer.
+  SysError Deliver() {
+    record().sent = true;
+    state_ = State::kSent;
+    if (!by_handler_) return 0;
+    HandlerRequest request;
+    request.method = record().method;
+    request.path = record().path;
+    for (const auto& line : record().header_lines) {
+      const size_t colon = line.find(':');
+      if (colon == std::string::npos) continue;
+      request.headers.emplace_back(line.substr(0, colon),
+                                   std::string(Trim(std::string_view(line).substr(colon + 1))));
+    }
+    request.body = record().body;
+    HandlerResponse response = transport_.handler_(request);
+    reply_.status = response.status;
+    reply_.headers.clear();
+    for (const auto& [name, value] : response.headers)
+      reply_.headers += name + ": " + value + "\r\n";
+    reply_.body = std::move(response.body);
+    return 0;
+  }
+
+  MemoryHttpTransport& transport_;
+  size_t index_;
+  ScriptedReply reply_;
+  bool by_handler_;
+  State state_ = State::kOpened;
+  uint64_t declared_ = 0;
+  size_t position_ = 0;
+};
+
+class MemoryHttpTransport::Connection final : public HttpConnection {
+ public:
+  Connection(MemoryHttpTransport& transport, std::string host, uint16_t port)
+      : transport_(transport), host_(std::move(host)), port_(port) {}
+
+  SysError OpenRequest(std::string_view method, std::string_view path, uint32_t flags,
+                       std::unique_ptr<HttpRequest>* request) override {
+    SentRequest sent;
+    sent.host = host_;
+    sent.port = port_;
+    sent.method = std::string(method);
+    sent.path = std::string(path);
+    sent.flags = flags;
+    transport_.requests_.push_back(std::move(sent));
+    const size_t index = transport_.requests_.size() - 1;
+
+    ScriptedReply reply;
+    bool by_handler = false;
+    if (!transport_.replies_.empty()) {
+      reply = std::move(transport_.replies_.front());
+      transport_.replies_.pop_front();
+    } else if (transport_.handler_) {
+      by_handler = true;
+    } else {
+      ++transport_.unanswered_;
+      return net_error::kCannotConnect;
+    }
+    if (reply.fail_at == FailStep::kOpen) return reply.error;
+    *request = std::make_unique<Request>(transport_, index, std::move(reply), by_handler);
+    return 0;
+  }
+
+ private:
+  MemoryHttpTransport& transport_;
+  std::string host_;
+  uint16_t port_;
+};
+
+class MemoryHttpTransport::Session final : public HttpSession {
+ public:
+  explicit Session(MemoryHttpTransport& transport) : transport_(transport) {}
+
+  SysError SetTimeouts(uint32_t send_ms, uint32_t receive_ms) override {
+    if (transport_.timeout_error_) return transport_.timeout_error_;
+    transport_.timeouts_.emplace_back(send_ms, receive_ms);
+    return 0;
+  }
+
+  SysError Connect(const std::string& host, uint16_t port,
+                   std::unique_ptr<HttpConnection>* connection) override {
+    if (transport_.connect_error_) return transport_.connect_error_;
+    transport_.connects_.emplace_back(host, port);
+    *connection = std::make_unique<Connection>(transport_, host, port);
+    return 0;
+  }
+
+ private:
+  MemoryHttpTransport& transport_;
+};
+
+MemoryHttpTransport::MemoryHttpTransport() = default;
+MemoryHttpTransport::~MemoryHttpTransport() = default;
+
+SysError MemoryHttpTransport::OpenSession(const std::string& agent,
+                                          std::unique_ptr<HttpSession>* session) {
+  if (open_session_error_) return open_session_error_;
+  agents_.push_back(agent);
+  *session = std::make_unique<Session>(*this);
+  return 0;
+}
+
+void MemoryHttpTransport::Script(ScriptedReply reply) {
+  if (!reply.headers.empty() && reply.headers.back() != '\n') reply.headers += "\r\n";
+  replies_.push_back(std::move(reply));
+}
+
+void MemoryHttpTransport::Script(uint32_t status, std::string headers, std::string body) {
+  ScriptedReply reply;
+  reply.status = status;
+  reply.headers = std::move(headers);
+  reply.body = std::move(body);
+  Script(std::move(reply));
+}
+
+void MemoryHttpTransport::ScriptFailure(FailStep step, SysError error) {
+  ScriptedReply reply;
+  reply.fail_at = step;
+  reply.error = error;
+  Script(std::move(reply));
+}
+
+std::string MemoryHttpTransport::Transcript() const {
+  std::string all;
+  for (const auto& request : requests_)
+    all += request.Wire();
+  return all;
+}
+
+}  // namespace qbrk

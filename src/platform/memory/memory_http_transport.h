@@ -1,0 +1,140 @@
+// An in-memory HTTP transport. Each request is answered either by the next scripted reply
+// (status, headers, body, or a network error at a chosen step) or, when no reply is queued,
+// by an in-process request handler (an emulator of the service). Every request is recorded
+// exactly as the client framed it, so tests can compare the bytes a client "sent".
+//
+// It is strict about the order of a request's steps: a step after a failed send, a write
+// without a begun send, a status before sending... is refused with 12019 and counted as a
+// misuse, because the real client crashes or misbehaves there.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/http_transport.h"
+
+namespace qbrk {
+
+// What one request carried, as the transport saw it.
+struct SentRequest {
+  struct HeaderCall {
+    std::string text;  // as given to AddHeaders
+    HeaderMode mode;
+  };
+  std::string host;
+  uint16_t port = 0;
+  std::string method;
+  std::string path;
+  uint32_t flags = 0;
+  std::vector<HeaderCall> header_calls;
+  std::vector<std::string> header_lines;  // the resulting header block, "Name: value" each
+  std::string body;
+  bool begun = false;  // BeginSend was used
+  bool sent = false;   // the request reached the server (Send or EndSend succeeded)
+
+  // "METHOD path HTTP/1.1\r\n", each header line with CR LF, an empty line, the body.
+  std::string Wire() const;
+  // The value of the first header line named `name` (ASCII case ignored), or "".
+  std::string Header(std::string_view name) const;
+};
+
+// The step at which a scripted reply makes the request fail.
+enum class FailStep { kNone, kOpen, kAddHeaders, kSend, kWrite, kEnd, kStatus, kRead };
+
+struct ScriptedReply {
+  uint32_t status = 200;
+  std::string headers;  // "Name: value\r\n" lines, after the status line
+  std::string body;
+  FailStep fail_at = FailStep::kNone;
+  SysError error = 0;           // the failing step's error number
+  size_t fail_after_bytes = 0;  // kRead: body bytes delivered before the failure
+  // Sends that fail with 12045 (certificate authority not trusted) before one succeeds.
+  int untrusted_sends = 0;
+};
+
+// The request as a handler sees it (the path still escaped as sent).
+struct HandlerRequest {
+  std::string method;
+  std::string path;
+  std::vector<std::pair<std::string, std::string>> headers;
+  std::string body;
+};
+struct HandlerResponse {
+  uint32_t status = 200;
+  std::vector<std::pair<std::string, std::string>> headers;
+  std::string body;
+};
+using RequestHandler = std::function<HandlerResponse(const HandlerRequest& request)>;
+
+// A call of InternetErrorDlg.
+struct ErrorDialogCall {
+  uintptr_t owner_window;
+  SysError error;
+  uint32_t flags;
+};
+
+class MemoryHttpTransport final : public HttpTransport {
+ public:
+  MemoryHttpTransport();
+  ~MemoryHttpTransport() override;
+
+  SysError OpenSession(const std::string& agent, std::unique_ptr<HttpSession>* session) override;
+  SysError AttemptConnect() override { return attempt_connect_error_; }
+
+  // Queues the answer of the next request not yet answered.
+  void Script(ScriptedReply reply);
+  // Shorthand: a reply with `status`, header lines and body.
+  void Script(uint32_t status, std::string headers = "", std::string body = "");
+  // A request that fails with `error` at `step`.
+  void ScriptFailure(FailStep step, SysError error);
+  // Answers requests when no scripted reply is queued.
+  void set_handler(RequestHandler handler) { handler_ = std::move(handler); }
+
+  void set_open_session_error(SysError error) { open_session_error_ = error; }
+  void set_connect_error(SysError error) { connect_error_ = error; }
+  void set_timeout_error(SysError error) { timeout_error_ = error; }
+  void set_attempt_connect_error(SysError error) { attempt_connect_error_ = error; }
+  // The result InternetErrorDlg gives (0: the user accepted the certificate).
+  void set_error_dialog_answer(uint32_t answer) { error_dialog_answer_ = answer; }
+
+  const std::vector<SentRequest>& requests() const { return requests_; }
+  // Every request's Wire(), in order.
+  std::string Transcript() const;
+  const std::vector<std::string>& agents() const { return agents_; }
+  const std::vector<std::pair<uint32_t, uint32_t>>& timeouts() const { return timeouts_; }
+  const std::vector<std::pair<std::string, uint16_t>>& connects() const { return connects_; }
+  const std::vector<ErrorDialogCall>& error_dialogs() const { return error_dialogs_; }
+  size_t pending_replies() const { return replies_.size(); }
+  // Requests that found neither a scripted reply nor a handler.
+  size_t unanswered() const { return unanswered_; }
+  // Steps called out of order (see above); a correct client makes none.
+  size_t misuses() const { return misuses_; }
+  size_t open_requests() const { return open_requests_; }
+
+ private:
+  class Session;
+  class Connection;
+  class Request;
+
+  std::deque<ScriptedReply> replies_;
+  RequestHandler handler_;
+  std::vector<SentRequest> requests_;
+  std::vector<std::string> agents_;
+  std::vector<std::pair<uint32_t, uint32_t>> timeouts_;
+  std::vector<std::pair<std::string, uint16_t>> connects_;
+  std::vector<ErrorDialogCall> error_dialogs_;
+  SysError open_session_error_ = 0;
+  SysError connect_error_ = 0;
+  SysError timeout_error_ = 0;
+  SysError attempt_connect_error_ = 0;
+  uint32_t error_dialog_answer_ = 0;
+  size_t unanswered_ = 0;
+  size_t misuses_ = 0;
+  size_t open_requests_ = 0;
+};
+
+}  // namespace qbrk
