@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "dialogs/library_module.h"
 #include "dialogs/message_box_geometry.h"
 #include "dialogs/message_box_rules.h"
+#include "platform/win32/own_module.h"
 #include "resource_ids.h"
 
 namespace qbrk {
@@ -215,7 +215,7 @@ uint32_t ShowMessageBox(const char* text, const char* caption, uint32_t type, HW
                         const StatusPageAction& open_status_page) {
   try {
     BoxState state{text, caption, type, &open_status_page, LayoutRuleFor(type)};
-    const INT_PTR ended = DialogBoxParamA(LibraryModule(), MAKEINTRESOURCEA(IDD_MESSAGE_BOX), owner,
+    const INT_PTR ended = DialogBoxParamA(OwnModule(), MAKEINTRESOURCEA(IDD_MESSAGE_BOX), owner,
                                           MessageBoxProc, reinterpret_cast<LPARAM>(&state));
     // An invalid owner makes DialogBoxParam fail with 0 rather than -1.
     if (ended == -1 || !state.created) return box_result::kNotShown;

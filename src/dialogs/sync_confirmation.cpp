@@ -1,6 +1,6 @@
 #include "dialogs/sync_confirmation.h"
 
-#include "dialogs/library_module.h"
+#include "platform/win32/own_module.h"
 #include "resource_ids.h"
 
 namespace qbrk {
@@ -24,8 +24,8 @@ INT_PTR CALLBACK ConfirmationProc(HWND dialog, UINT message, WPARAM wparam, LPAR
 }  // namespace
 
 bool ConfirmSynchronize(HWND owner) {
-  return DialogBoxParamA(LibraryModule(), MAKEINTRESOURCEA(IDD_SYNC_CONFIRM), owner,
-                         ConfirmationProc, 0) == IDOK;
+  return DialogBoxParamA(OwnModule(), MAKEINTRESOURCEA(IDD_SYNC_CONFIRM), owner, ConfirmationProc,
+                         0) == IDOK;
 }
 
 }  // namespace qbrk

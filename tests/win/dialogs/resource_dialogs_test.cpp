@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "dialogs/library_module.h"
 #include "dialogs/sync_confirmation.h"
 #include "platform/memory/memory_string_table.h"
+#include "platform/win32/own_module.h"
 #include "resource_ids.h"
 #include "support/dialog_driver.h"
 #include "support/screenshot.h"
@@ -23,7 +23,7 @@ TEST(ResourceTest, StringResourcesMatchTheTableTheNativeBuildUses) {
   int present = 0;
   for (UINT id = 100; id <= 190; ++id) {
     char text[4096] = {};
-    const int length = LoadStringA(LibraryModule(), id, text, sizeof(text));
+    const int length = LoadStringA(OwnModule(), id, text, sizeof(text));
     EXPECT_EQ(std::string(text, length), twin.Load(id)) << id;
     present += length > 0 ? 1 : 0;
   }
@@ -35,7 +35,7 @@ TEST(ResourceTest, IconsExistInBothSizesWithAlpha) {
     for (int size : {16, 32}) {
       SCOPED_TRACE(testing::Message() << "icon " << id << " at " << size);
       auto icon = static_cast<HICON>(
-          LoadImageA(LibraryModule(), MAKEINTRESOURCEA(id), IMAGE_ICON, size, size, 0));
+          LoadImageA(OwnModule(), MAKEINTRESOURCEA(id), IMAGE_ICON, size, size, 0));
       ASSERT_NE(icon, nullptr);
       ICONINFO info{};
       ASSERT_TRUE(GetIconInfo(icon, &info));
@@ -83,7 +83,7 @@ TEST(ResourceTest, MirrorFolderTemplateHasItsControls) {
   const uint32_t result = RunDialog(
       [] {
         return static_cast<uint32_t>(DialogBoxParamA(
-            LibraryModule(), MAKEINTRESOURCEA(IDD_MIRROR_FOLDER), nullptr, EndOnButton, 0));
+            OwnModule(), MAKEINTRESOURCEA(IDD_MIRROR_FOLDER), nullptr, EndOnButton, 0));
       },
       "Qbrookツール－同期対象フォルダ変更",
       [](HWND dialog) {
