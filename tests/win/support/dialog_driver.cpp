@@ -33,7 +33,8 @@ LRESULT CALLBACK EndRequestHook(int code, WPARAM wparam, LPARAM lparam) {
 // Test programs run side by side on one display: only this process's dialogs count.
 HWND FindOwnDialog(const std::string& caption) {
   HWND found = nullptr;
-  while ((found = FindWindowExA(nullptr, found, "#32770", caption.c_str())) != nullptr) {
+  const char* title = caption.empty() ? nullptr : caption.c_str();
+  while ((found = FindWindowExA(nullptr, found, "#32770", title)) != nullptr) {
     DWORD process = 0;
     GetWindowThreadProcessId(found, &process);
     if (process == GetCurrentProcessId() && IsWindowVisible(found)) return found;

@@ -12,7 +12,8 @@ namespace qbrk::test {
 // Runs `show` (which opens a modal dialog and returns when it ends) on this thread and
 // `drive` on a second thread with the visible top-level dialog titled `caption`. A dialog
 // that `drive` leaves open is a failure and is ended, so a broken dialog cannot hang the run.
-// Returns what `show` returned.
+// An empty caption stands for any dialog of this process (the system's own dialogs have
+// captions that follow the system's language). Returns what `show` returned.
 uint32_t RunDialog(const std::function<uint32_t()>& show, const std::string& caption,
                    const std::function<void(HWND)>& drive);
 
