@@ -31,26 +31,27 @@ LRESULT CALLBACK EndRequestHook(int code, WPARAM wparam, LPARAM lparam) {
 }
 
 // Test programs run side by side on one display: only this process's dialogs count.
-HWND FindOwnDialog(const std::string& caption) {
+HWND FindOwnDialog(const std::string& caption, HWND other_than) {
   HWND found = nullptr;
   const char* title = caption.empty() ? nullptr : caption.c_str();
   while ((found = FindWindowExA(nullptr, found, "#32770", title)) != nullptr) {
     DWORD process = 0;
     GetWindowThreadProcessId(found, &process);
-    if (process == GetCurrentProcessId() && IsWindowVisible(found)) return found;
-  }
-  return nullptr;
-}
-
-HWND WaitForDialog(const std::string& caption) {
-  for (int waited = 0; waited < kFindTimeoutMs; waited += kPollMs) {
-    if (HWND found = FindOwnDialog(caption)) return found;
-    Sleep(kPollMs);
+    if (process == GetCurrentProcessId() && IsWindowVisible(found) && found != other_than)
+      return found;
   }
   return nullptr;
 }
 
 }  // namespace
+
+HWND WaitForDialog(const std::string& caption, HWND other_than) {
+  for (int waited = 0; waited < kFindTimeoutMs; waited += kPollMs) {
+    if (HWND found = FindOwnDialog(caption, other_than)) return found;
+    Sleep(kPollMs);
+  }
+  return nullptr;
+}
 
 uint32_t RunDialog(const std::function<uint32_t()>& show, const std::string& caption,
                    const std::function<void(HWND)>& drive) {
@@ -79,7 +80,7 @@ uint32_t RunWithoutDialog(const std::function<uint32_t()>& show, const std::stri
   std::atomic<bool> done{false};
   std::thread guard([&] {
     for (int waited = 0; waited < kFindTimeoutMs && !done; waited += kPollMs) {
-      if (HWND dialog = FindOwnDialog(caption)) {
+      if (HWND dialog = FindOwnDialog(caption, nullptr)) {
         ADD_FAILURE() << "a dialog titled \"" << caption << "\" appeared";
         ForceEndDialog(dialog);
         return;
@@ -108,6 +109,11 @@ bool WaitUntilClosed(HWND dialog, int timeout_ms) {
 
 void Click(HWND dialog, int id) {
   SendMessageA(GetDlgItem(dialog, id), BM_CLICK, 0, 0);
+}
+
+void PostClick(HWND dialog, int id) {
+  PostMessageA(dialog, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED),
+               reinterpret_cast<LPARAM>(GetDlgItem(dialog, id)));
 }
 
 std::string TextOf(HWND dialog, int id) {

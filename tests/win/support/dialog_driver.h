@@ -31,6 +31,14 @@ bool WaitUntilClosed(HWND dialog, int timeout_ms = 3000);
 // Presses a button the way a click does and lets the dialog handle it.
 void Click(HWND dialog, int id);
 
+// Presses a button without waiting for the dialog to handle it: for buttons that open a
+// dialog of their own, which the driving thread then has to find and answer.
+void PostClick(HWND dialog, int id);
+
+// A visible dialog of this process titled `caption` (empty: any title) other than
+// `other_than`, waiting up to five seconds for it; null when none appears.
+HWND WaitForDialog(const std::string& caption, HWND other_than = nullptr);
+
 // Presses Escape in the dialog; the dialog manager turns it into the cancel command.
 void PressEscape(HWND dialog);
 
