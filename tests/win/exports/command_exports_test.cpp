@@ -1,0 +1,127 @@
+// The exports that show something, and the guard as the DLL applies it, in one process.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <utility>
+
+#include "dll_fixture.h"
+#include "resource_ids.h"
+#include "support/dialog_driver.h"
+
+namespace qbrk::test {
+namespace {
+
+using Command = UINT(WINAPI*)(UINT_PTR, HWND);
+using MsgBox = UINT(WINAPI*)(LPCSTR, LPCSTR, UINT, HWND);
+using ViewPage = UINT(WINAPI*)(LPCSTR);
+
+constexpr char kCaption[] = "Qbrook export test";
+constexpr char kConfirmTitle[] = "Qbrookツール－同期";
+
+// A hidden top-level window of the test's thread, to own the library's boxes.
+class OwnerWindow {
+ public:
+  OwnerWindow()
+      : window_(CreateWindowA("STATIC", "owner", WS_OVERLAPPED, 0, 0, 10, 10, nullptr, nullptr,
+                              nullptr, nullptr)) {}
+  ~OwnerWindow() { DestroyWindow(window_); }
+  HWND get() const { return window_; }
+
+ private:
+  HWND window_;
+};
+
+TEST_F(DllTest, MessageBoxAnswersTheClickAndIsOwnedByTheGivenOrTheKeptWindow) {
+  const auto msg_box = Export<MsgBox>("qbrkMsgBox");
+  OwnerWindow kept;
+  OwnerWindow given;
+  HWND owner_seen = given.get();
+  auto press = [&](int button) {
+    return [&owner_seen, button](HWND box) {
+      owner_seen = GetWindow(box, GW_OWNER);
+      Click(box, button);
+    };
+  };
+
+  EXPECT_EQ(RunDialog([&] { return msg_box("本文です。", kCaption, MB_YESNO, nullptr); }, kCaption,
+                      press(IDC_MESSAGE_BUTTON2)),
+            static_cast<uint32_t>(IDNO));
+  EXPECT_EQ(owner_seen, nullptr);
+
+  // The first guarded call with a window keeps it; a later one does not replace it.
+  EXPECT_EQ(Export<Command>("qbrkOnInit")(0, kept.get()), 0u);
+  EXPECT_EQ(Export<Command>("qbrkOnDestroy")(0, given.get()), 0u);
+  EXPECT_EQ(RunDialog([&] { return msg_box("本文です。", kCaption, MB_YESNO, nullptr); }, kCaption,
+                      press(IDC_MESSAGE_BUTTON1)),
+            static_cast<uint32_t>(IDYES));
+  EXPECT_EQ(owner_seen, kept.get());
+  EXPECT_EQ(RunDialog([&] { return msg_box("本文です。", kCaption, MB_OK, given.get()); }, kCaption,
+                      press(IDC_MESSAGE_BUTTON1)),
+            static_cast<uint32_t>(IDOK));
+  EXPECT_EQ(owner_seen, given.get());
+
+  // A window that does not exist cannot own a box: nothing is shown.
+  EXPECT_EQ(msg_box("x", kCaption, MB_OK, reinterpret_cast<HWND>(0x7FFFFFF0)), 0xFFFFFFFFu);
+}
+
+TEST_F(DllTest, SynchronizeAsksFirstUnlessSyncNotifyIsZero) {
+  const auto synchronize = Export<Command>("qbrkSynchronize");
+  EXPECT_EQ(RunDialog([&] { return synchronize(0, nullptr); }, kConfirmTitle,
+                      [](HWND dialog) { Click(dialog, IDCANCEL); }),
+            0u);
+  EXPECT_EQ(RunDialog([&] { return synchronize(0, nullptr); }, kConfirmTitle,
+                      [](HWND dialog) { Click(dialog, IDOK); }),
+            1u);
+  SetDword("SyncNotify", 0);
+  EXPECT_EQ(RunWithoutDialog([&] { return synchronize(0, nullptr); }, kConfirmTitle), 1u);
+}
+
+TEST_F(DllTest, GuardedExportsAnswerBusyAfterASecondWhileTheMutexIsHeldAndTheRestDoNot) {
+  std::atomic<int> stage{0};
+  // Held by another thread: the library's own thread would simply enter it again.
+  std::thread holder([&stage] {
+    // The library made it at load: the initial-owner flag would be ignored.
+    HANDLE mutex = OpenMutexA(SYNCHRONIZE | MUTEX_MODIFY_STATE, FALSE, "HvqbrkMtx");
+    if (mutex && WaitForSingleObject(mutex, 5000) == WAIT_OBJECT_0) stage = 1;
+    for (int waited = 0; stage != 2 && waited < 30000; waited += 10)
+      Sleep(10);
+    if (mutex) {
+      ReleaseMutex(mutex);
+      CloseHandle(mutex);
+    }
+  });
+  for (int waited = 0; stage != 1 && waited < 5000; waited += 10)
+    Sleep(10);
+
+  // <chrono> cannot be compiled for code page 932 narrow strings: ticks will do.
+  const auto timed = [](auto call) {
+    const ULONGLONG start = GetTickCount64();
+    const UINT result = call();
+    return std::make_pair(result, (GetTickCount64() - start) / 1000.0);
+  };
+
+  const auto init = timed([&] { return Export<Command>("qbrkOnInit")(0, nullptr); });
+  const auto sync = timed([&] {
+    return RunWithoutDialog([&] { return Export<Command>("qbrkSynchronize")(0, nullptr); },
+                            kConfirmTitle);
+  });
+  char buffer[260] = {};
+  const UINT mirror = Export<UINT(WINAPI*)(LPSTR)>("qbrkGetMirrorFolderPath")(buffer);
+  const UINT page = Export<ViewPage>("qbrkViewHomePage")(nullptr);
+  stage = 2;
+  holder.join();
+
+  EXPECT_EQ(init.first, 2u);
+  EXPECT_EQ(sync.first, 0u) << "busy, without asking";
+  for (double seconds : {init.second, sync.second}) {
+    EXPECT_GE(seconds, 0.9);
+    EXPECT_LE(seconds, 5.0);
+  }
+  EXPECT_EQ(mirror, 1u);
+  EXPECT_EQ(page, 1u);
+  EXPECT_EQ(Export<ViewPage>("qbrkViewHomePage")("NoSuchPage"), 1u);
+}
+
+}  // namespace
+}  // namespace qbrk::test
