@@ -4,7 +4,6 @@
 #include <shlobj.h>
 
 #include <string_view>
-#include <utility>
 
 #include "common/mbcs.h"
 #include "platform/win32/com_ptr.h"
@@ -54,6 +53,9 @@ bool BrowseForFolder(HWND owner, const std::string& prompt, const std::string& r
   if (!picked) return false;
   char path[MAX_PATH] = {};
   if (!SHGetPathFromIDListA(picked.get(), path) || path[0] == '\0') return false;
+  // Without a selection some shells answer OK with a folder outside the root (Wine: the
+  // desktop); that is never what the user was offered.
+  if (!root.empty() && !IsSameOrInside(path, root)) return false;
   *chosen = path;
   return true;
 }
@@ -61,13 +63,7 @@ bool BrowseForFolder(HWND owner, const std::string& prompt, const std::string& r
 bool PickFolderInMirror(Env& env, HWND owner, const std::string& prompt, std::string* chosen) {
   std::string mirror;
   if (!ResolveMirrorFolder(env, /*interactive=*/false, nullptr, &mirror)) return false;
-  // Without a selection some shells answer OK with a folder outside the root (the desktop):
-  // start on the mirror folder, and refuse whatever still lies outside it.
-  std::string picked;
-  if (!BrowseForFolder(owner, prompt, mirror, mirror, &picked) || !IsSameOrInside(picked, mirror))
-    return false;
-  *chosen = std::move(picked);
-  return true;
+  return BrowseForFolder(owner, prompt, mirror, mirror, chosen);
 }
 
 }  // namespace qbrk

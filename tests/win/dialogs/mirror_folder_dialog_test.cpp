@@ -124,11 +124,11 @@ TEST_F(MirrorFolderDialogTest, RepairMakesTheVanishedFolderAgainAndDefaultAndBro
                 [&](HWND dialog) {
                   Click(dialog, IDC_MIRROR_DEFAULT);
                   EXPECT_EQ(TextOf(dialog, IDC_MIRROR_PATH), base_ + "\\Docs\\My Quellanbrook");
-                  // The browser starts on the folder in the box; its OK puts it back there.
-                  SetDlgItemTextA(dialog, IDC_MIRROR_PATH, (base_ + "\\Docs").c_str());
+                  // The folder chosen in the browser goes into the box.
                   PostClick(dialog, IDC_MIRROR_BROWSE);
                   HWND browser = test::WaitForDialog("", dialog);
                   ASSERT_NE(browser, nullptr);
+                  ASSERT_TRUE(test::SelectInBrowser(browser, base_ + "\\Docs"));
                   Click(browser, IDOK);
                   EXPECT_TRUE(test::WaitUntilClosed(browser));
                   EXPECT_EQ(TextOf(dialog, IDC_MIRROR_PATH), base_ + "\\Docs");

@@ -80,11 +80,12 @@ TEST_F(ShellFolderTest, BrowserReturnsTheChosenFolderAndNothingWhenCancelled) {
   std::string chosen;
   const uint32_t picked = RunDialog(
       [&] {
-        return BrowseForFolder(nullptr, "フォルダを選んでください。", root_, sub_, &chosen) ? 1u
-                                                                                            : 0u;
+        return BrowseForFolder(nullptr, "フォルダを選んでください。", root_, root_, &chosen) ? 1u
+                                                                                             : 0u;
       },
       "",
-      [](HWND dialog) {
+      [&](HWND dialog) {
+        ASSERT_TRUE(test::SelectInBrowser(dialog, sub_));
         EXPECT_TRUE(test::SaveScreenshot(dialog, "folder_picker"));
         Click(dialog, IDOK);
       });
@@ -119,10 +120,12 @@ TEST_F(ShellFolderTest, PickerInsideTheMirrorFolderIsRootedThereAndNeedsIt) {
   std::string chosen;
   const uint32_t picked = RunDialog(
       [&] { return PickFolderInMirror(env, nullptr, "公開するフォルダ", &chosen) ? 1u : 0u; }, "",
-      [](HWND dialog) { Click(dialog, IDOK); });
+      [&](HWND dialog) {
+        ASSERT_TRUE(test::SelectInBrowser(dialog, sub_));
+        Click(dialog, IDOK);
+      });
   EXPECT_EQ(picked, 1u);
-  // The browser starts inside the mirror folder (Wine selects its first folder), never outside.
-  EXPECT_TRUE(chosen == root_ || chosen == sub_) << chosen;
+  EXPECT_EQ(chosen, sub_);
 
   Settings(registry).WriteMirror(root_ + "\\missing");
   EXPECT_EQ(RunWithoutDialog(

@@ -1,9 +1,13 @@
 #include "support/dialog_driver.h"
 
+// After <windows.h>, which it depends on.
+#include <commctrl.h>
 #include <gtest/gtest.h>
+#include <shlobj.h>
 
 #include <atomic>
 #include <thread>
+#include <vector>
 
 namespace qbrk::test {
 
@@ -114,6 +118,61 @@ void Click(HWND dialog, int id) {
 void PostClick(HWND dialog, int id) {
   PostMessageA(dialog, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED),
                reinterpret_cast<LPARAM>(GetDlgItem(dialog, id)));
+}
+
+namespace {
+
+std::string ItemText(HWND tree, HTREEITEM item) {
+  char text[MAX_PATH] = {};
+  TVITEMA query{};
+  query.mask = TVIF_TEXT;
+  query.hItem = item;
+  query.pszText = text;
+  query.cchTextMax = sizeof text;
+  return item && SendMessageA(tree, TVM_GETITEMA, 0, reinterpret_cast<LPARAM>(&query)) ? text : "";
+}
+
+HTREEITEM SelectedItem(HWND tree) {
+  return reinterpret_cast<HTREEITEM>(SendMessageA(tree, TVM_GETNEXTITEM, TVGN_CARET, 0));
+}
+
+// The first item shown in `tree` (depth first, a bounded walk) whose text is `name`.
+HTREEITEM FindShownItem(HWND tree, const std::string& name) {
+  std::vector<HTREEITEM> pending = {
+      reinterpret_cast<HTREEITEM>(SendMessageA(tree, TVM_GETNEXTITEM, TVGN_ROOT, 0))};
+  for (int visited = 0; !pending.empty() && visited < 1000; ++visited) {
+    HTREEITEM item = pending.back();
+    pending.pop_back();
+    if (!item) continue;
+    if (ItemText(tree, item) == name) return item;
+    pending.push_back(
+        reinterpret_cast<HTREEITEM>(SendMessageA(tree, TVM_GETNEXTITEM, TVGN_NEXT, LPARAM(item))));
+    pending.push_back(
+        reinterpret_cast<HTREEITEM>(SendMessageA(tree, TVM_GETNEXTITEM, TVGN_CHILD, LPARAM(item))));
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+bool SelectInBrowser(HWND browser, const std::string& path) {
+  HWND tree = FindWindowExA(browser, nullptr, WC_TREEVIEWA, nullptr);
+  if (!tree) return false;
+  const std::string name = path.substr(path.find_last_of('\\') + 1);
+  SendMessageA(browser, BFFM_SETSELECTIONA, TRUE, reinterpret_cast<LPARAM>(path.c_str()));
+  for (int waited = 0; waited < 1000; waited += kPollMs) {
+    if (ItemText(tree, SelectedItem(tree)) == name) return true;
+    Sleep(kPollMs);
+  }
+  // Wine's browser, when rooted, sometimes does not find the path: click its item instead.
+  for (int waited = 0; waited < kFindTimeoutMs; waited += kPollMs) {
+    if (HTREEITEM item = FindShownItem(tree, name)) {
+      SendMessageA(tree, TVM_SELECTITEM, TVGN_CARET, reinterpret_cast<LPARAM>(item));
+      return SelectedItem(tree) == item;
+    }
+    Sleep(kPollMs);
+  }
+  return false;
 }
 
 std::string TextOf(HWND dialog, int id) {

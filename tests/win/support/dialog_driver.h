@@ -42,6 +42,12 @@ HWND WaitForDialog(const std::string& caption, HWND other_than = nullptr);
 // Presses Escape in the dialog; the dialog manager turns it into the cancel command.
 void PressEscape(HWND dialog);
 
+// Chooses `path` in the shell's folder browser, as a person clicking it would, and waits (a
+// bounded time) until the browser's tree shows it selected. False when it never does.
+// (Wine applies a browser's initial selection only now and then; an OK without one answers
+// with the desktop.)
+bool SelectInBrowser(HWND browser, const std::string& path);
+
 // The text of a control, or of the window itself when id is 0, as ANSI (code page 932) text.
 std::string TextOf(HWND dialog, int id = 0);
 
