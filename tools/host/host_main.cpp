@@ -1,10 +1,12 @@
 // qbrk-host: stands in for the tray program in end-to-end tests.
 //
-//   qbrk-host [--dll PATH] [--no-window] [--pump-ms N] call NAME ARG... [call NAME ARG...]...
+//   qbrk-host [--dll PATH] [--no-window] [--pump-ms N] [--timing]
+//             call NAME ARG... [call NAME ARG...]...
 //
 // Prints one line per call ("NAME -> RESULT"), then the WM_COMMAND messages the host window
 // received during and right after the call ("  sent 32779 1", "  posted 32780 1") and any
-// buffers or transfer items the call filled. Exit status: 0 when every call was made.
+// buffers or transfer items the call filled. With --timing, each call's own duration follows
+// ("  took 1003 ms"). Exit status: 0 when every call was made.
 #include <windows.h>
 
 #include <cstdio>
@@ -19,7 +21,7 @@ namespace {
 
 int Usage() {
   std::fprintf(stderr,
-               "usage: qbrk-host [--dll PATH] [--no-window] [--pump-ms N] "
+               "usage: qbrk-host [--dll PATH] [--no-window] [--pump-ms N] [--timing] "
                "call NAME ARG... [call NAME ARG...]...\n");
   return 2;
 }
@@ -48,6 +50,7 @@ int main(int argc, char** argv) {
   std::string library_path = DefaultLibraryPath();
   bool with_window = true;
   DWORD pump_ms = 100;
+  bool timing = false;
   std::vector<qbrk_host::ExportCall> calls;
 
   for (int i = 1; i < argc; ++i) {
@@ -56,6 +59,8 @@ int main(int argc, char** argv) {
       library_path = argv[++i];
     } else if (arg == "--no-window") {
       with_window = false;
+    } else if (arg == "--timing") {
+      timing = true;
     } else if (arg == "--pump-ms" && i + 1 < argc) {
       pump_ms = static_cast<DWORD>(std::strtoul(argv[++i], nullptr, 10));
     } else if (arg == "call" && i + 1 < argc) {
@@ -83,8 +88,9 @@ int main(int argc, char** argv) {
 
   int status = 0;
   for (const auto& call : calls) {
-    const qbrk_host::CallOutcome outcome =
-        qbrk_host::CallExport(library, recorder.window(), call);
+    const DWORD started = GetTickCount();
+    const qbrk_host::CallOutcome outcome = qbrk_host::CallExport(library, recorder.window(), call);
+    const DWORD took = GetTickCount() - started;
     if (!outcome.called) {
       std::printf("%s failed: %s\n", call.name.c_str(), outcome.error.c_str());
       status = 1;
@@ -92,6 +98,7 @@ int main(int argc, char** argv) {
     }
     PumpFor(recorder, pump_ms);
     std::printf("%s -> %u\n", call.name.c_str(), outcome.result);
+    if (timing) std::printf("  took %lu ms\n", static_cast<unsigned long>(took));
     for (const auto& command : recorder.TakeCommands())
       std::printf("  %s %u %ld\n", command.sent ? "sent" : "posted", command.id,
                   static_cast<long>(command.value));

@@ -73,7 +73,7 @@ TEST_F(DllTest, SynchronizeAsksFirstUnlessSyncNotifyIsZero) {
   EXPECT_EQ(RunDialog([&] { return synchronize(0, nullptr); }, kConfirmTitle,
                       [](HWND dialog) { Click(dialog, IDOK); }),
             1u);
-  SetDword("SyncNotify", 0);
+  ASSERT_TRUE(SetSettingDword("SyncNotify", 0));
   EXPECT_EQ(RunWithoutDialog([&] { return synchronize(0, nullptr); }, kConfirmTitle), 1u);
 }
 

@@ -7,13 +7,10 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "exports/qbrk_exports.h"
+#include "support/user_state.h"
 
 namespace qbrk::test {
-
-inline constexpr char kSettingsKeyPath[] = "SOFTWARE\\Halvorn\\Quellanbrook\\1.0";
 
 class DllTest : public ::testing::Test {
  protected:
@@ -28,19 +25,7 @@ class DllTest : public ::testing::Test {
     return reinterpret_cast<Function>(reinterpret_cast<void (*)()>(proc));
   }
 
-  // My Documents of the test's profile, and the default mirror folder in it.
-  static std::string Documents();
-  static std::string DefaultMirror() { return Documents() + "\\My Quellanbrook"; }
-  // "Mirror" as stored, or "<none>".
-  static std::string StoredMirror();
-  static void SetDword(const char* name, DWORD value);
-  static void SetString(const char* name, const std::string& value);
-  // Removes an empty folder whatever its attributes.
-  static void RemoveFolder(const std::string& path);
-  static bool Exists(const std::string& path);
-
  private:
-  static void ClearUserState();
   HMODULE library_ = nullptr;
 };
 

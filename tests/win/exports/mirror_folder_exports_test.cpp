@@ -55,7 +55,7 @@ TEST_F(MirrorFolderExportsTest, FirstCallMakesTheDefaultFolderAndAVanishedOneIsN
 
 TEST_F(MirrorFolderExportsTest, NothingPastTheHostsBufferIsWritten) {
   // A stored path longer than a Windows path is damage: refused, and never copied.
-  SetString("Mirror", "C:\\" + std::string(290, 'a'));
+  ASSERT_TRUE(SetSettingString("Mirror", "C:\\" + std::string(290, 'a')));
   char buffer[400];
   std::memset(buffer, 'x', sizeof buffer);
   EXPECT_EQ(get_ex_(buffer, 0), 0u);
@@ -66,7 +66,7 @@ TEST_F(MirrorFolderExportsTest, NothingPastTheHostsBufferIsWritten) {
 TEST_F(MirrorFolderExportsTest, RepairShowsError96ThenLetsTheUserChooseAnotherFolder) {
   const std::string gone = Documents() + "\\Gone";
   const std::string chosen = Documents() + "\\Chosen";
-  SetString("Mirror", gone);
+  ASSERT_TRUE(SetSettingString("Mirror", gone));
   char buffer[260] = {};
   const uint32_t cancelled =
       RunDialog([&] { return get_ex_(buffer, 1); }, kError96,
