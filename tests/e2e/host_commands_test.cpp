@@ -26,8 +26,8 @@ class HostCommandsTest : public ::testing::Test {
   std::vector<CallReport> RunHost(const std::string& arguments) {
     HostProcess host;
     EXPECT_TRUE(host.Start(arguments));
-    EXPECT_TRUE(host.Wait(kHostTimeoutMs)) << host.Output();
-    return ParseHostOutput(host.Output());
+    EXPECT_TRUE(host.Wait(kHostTimeoutMs)) << host.output();
+    return ParseHostOutput(host.output());
   }
 };
 
@@ -65,15 +65,15 @@ TEST_F(HostCommandsTest, EveryGuardedExportTellsTheHostItIsBusyAndTheFourQueries
   HostProcess host;
   ASSERT_TRUE(host.Start(arguments));
   HWND mirror = host.WaitForDialog(kMirrorTitle);
-  ASSERT_NE(mirror, nullptr) << host.Output();
+  ASSERT_NE(mirror, nullptr) << host.output();
   PressButton(mirror, IDCANCEL);
   HWND box = host.WaitForDialog(kBoxCaption);
-  ASSERT_NE(box, nullptr) << host.Output();
+  ASSERT_NE(box, nullptr) << host.output();
   PressButton(box, 6059);  // the box's first button, "確認(&C)"
-  ASSERT_TRUE(host.Wait(kHostTimeoutMs)) << host.Output();
+  ASSERT_TRUE(host.Wait(kHostTimeoutMs)) << host.output();
 
-  const std::vector<CallReport> calls = ParseHostOutput(host.Output());
-  ASSERT_EQ(calls.size(), expected.size()) << host.Output();
+  const std::vector<CallReport> calls = ParseHostOutput(host.output());
+  ASSERT_EQ(calls.size(), expected.size()) << host.output();
   for (size_t i = 0; i < calls.size(); ++i) {
     SCOPED_TRACE(expected[i].call);
     const std::string call = expected[i].call;
@@ -87,7 +87,7 @@ TEST_F(HostCommandsTest, SecondHostIsTurnedAwayAfterASecondWhileTheFirstHoldsADi
   HostProcess first;
   ASSERT_TRUE(first.Start("call qbrkSynchronize 0 @host"));
   HWND confirm = first.WaitForDialog(kConfirmTitle);
-  ASSERT_NE(confirm, nullptr) << first.Output();
+  ASSERT_NE(confirm, nullptr) << first.output();
 
   const std::vector<CallReport> second = RunHost(
       "--timing call qbrkOnInit 0 @host call qbrkSeparateFileTransfer @null 1 @host 0 "
@@ -105,9 +105,9 @@ TEST_F(HostCommandsTest, SecondHostIsTurnedAwayAfterASecondWhileTheFirstHoldsADi
   // The first command is still waiting for its answer, and ends as if alone.
   EXPECT_TRUE(IsWindow(confirm));
   PressButton(confirm, IDOK);
-  ASSERT_TRUE(first.Wait(kHostTimeoutMs)) << first.Output();
-  const std::vector<CallReport> calls = ParseHostOutput(first.Output());
-  ASSERT_EQ(calls.size(), 1u) << first.Output();
+  ASSERT_TRUE(first.Wait(kHostTimeoutMs)) << first.output();
+  const std::vector<CallReport> calls = ParseHostOutput(first.output());
+  ASSERT_EQ(calls.size(), 1u) << first.output();
   EXPECT_EQ(calls[0].result, 1);
   EXPECT_EQ(calls[0].messages, kBusyThenIdle);
 }

@@ -5,9 +5,7 @@
 
 #include <windows.h>
 
-#include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace qbrk::e2e {
@@ -22,24 +20,19 @@ class HostProcess {
 
   // Starts "qbrk-host.exe <arguments>". False when it cannot be started.
   bool Start(const std::string& arguments);
-  // Waits at most `timeout_ms` for the host to end and for its output; false when it had to
-  // be terminated.
+  // Waits at most `timeout_ms` for the host to end, collecting its output; false when it had
+  // to be terminated.
   bool Wait(int timeout_ms);
-  bool Running() const;
-  // Everything the host printed so far.
-  std::string Output();
+  const std::string& output() const { return output_; }
 
-  // A visible dialog of this host titled `caption`, waiting up to `timeout_ms`; null if none.
-  HWND WaitForDialog(const std::string& caption, int timeout_ms = 10000) const;
+  // A visible dialog of this host titled `caption`, waiting up to ten seconds; null if none.
+  HWND WaitForDialog(const std::string& caption) const;
 
  private:
-  void ReadOutput();
+  void Drain();
 
-  HANDLE process_ = nullptr;
-  DWORD process_id_ = 0;
+  PROCESS_INFORMATION info_{};
   HANDLE output_pipe_ = nullptr;
-  std::thread reader_;
-  std::mutex mutex_;
   std::string output_;
 };
 

@@ -4,10 +4,8 @@
 
 #include <fstream>
 #include <functional>
-#include <memory>
 #include <sstream>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "diag/error_log.h"
@@ -28,60 +26,24 @@ namespace {
 using test::Click;
 using test::RunDialog;
 
-// Real files, with a temporary folder of the test's own so that the log files are its own.
-class PrivateTempFiles final : public FileSystem {
- public:
-  explicit PrivateTempFiles(std::string temp) : temp_(std::move(temp)) {}
-  SysError OpenFile(const std::string& path, uint32_t access, uint32_t share,
-                    Disposition disposition, std::unique_ptr<File>* file) override {
-    return real_.OpenFile(path, access, share, disposition, file);
-  }
-  SysError FindFirst(const std::string& pattern, std::unique_ptr<FindHandle>* find,
-                     FindData* first) override {
-    return real_.FindFirst(pattern, find, first);
-  }
-  SysError GetAttributes(const std::string& path, uint32_t* attributes) override {
-    return real_.GetAttributes(path, attributes);
-  }
-  SysError SetAttributes(const std::string& path, uint32_t attributes) override {
-    return real_.SetAttributes(path, attributes);
-  }
-  SysError MakeDirectory(const std::string& path) override { return real_.MakeDirectory(path); }
-  SysError RemoveEmptyDirectory(const std::string& path) override {
-    return real_.RemoveEmptyDirectory(path);
-  }
-  SysError RemoveFile(const std::string& path) override { return real_.RemoveFile(path); }
-  SysError Rename(const std::string& from, const std::string& to) override {
-    return real_.Rename(from, to);
-  }
-  SysError TempFolder(std::string* path) override {
-    *path = temp_;
-    return sys_error::kSuccess;
-  }
-  SysError MakeTempFile(const std::string& folder, const std::string& prefix,
-                        std::string* path) override {
-    return real_.MakeTempFile(folder, prefix, path);
-  }
-
- private:
-  Win32FileSystem real_;
-  std::string temp_;
-};
-
 std::string OwnTempFolder() {
   char temp[MAX_PATH] = {};
   GetTempPathA(MAX_PATH, temp);
   return std::string(temp) + "qbrk_log_" + std::to_string(GetCurrentProcessId()) + "\\";
 }
 
+// GetTempPathA reads TMP first: the log files are then this test's own.
 class ErrorReporterEnvTest : public ::testing::Test {
  protected:
-  void SetUp() override { ASSERT_TRUE(CreateDirectoryA(folder_.c_str(), nullptr)); }
+  void SetUp() override {
+    ASSERT_TRUE(CreateDirectoryA(folder_.c_str(), nullptr));
+    GetEnvironmentVariableA("TMP", saved_tmp_, sizeof saved_tmp_);
+    ASSERT_TRUE(SetEnvironmentVariableA("TMP", folder_.c_str()));
+  }
   void TearDown() override {
+    SetEnvironmentVariableA("TMP", saved_tmp_[0] ? saved_tmp_ : nullptr);
     SetLoggingLevel(kDefaultPutLog);
-    for (int generation = 0; generation < 5; ++generation) {
-      DeleteFileA((folder_ + "HVQbrook0" + std::to_string(generation) + ".log").c_str());
-    }
+    DeleteFileA(current_.c_str());  // the only generation these tests make
     RemoveDirectoryA(folder_.c_str());
   }
 
@@ -105,7 +67,8 @@ class ErrorReporterEnvTest : public ::testing::Test {
   const std::string folder_ = OwnTempFolder();
   const std::string current_ = folder_ + "HVQbrook00.log";
   FakeClock clock_;
-  PrivateTempFiles files_{folder_};
+  char saved_tmp_[MAX_PATH] = {};
+  Win32FileSystem files_;
   MemoryRegistry registry_;
   RecordingHostWindow host_;
   FakeShell shell_{files_};

@@ -1,9 +1,5 @@
-// The exports that show something, and the guard as the DLL applies it, in one process.
+// The exports that show something, answered by clicks.
 #include <gtest/gtest.h>
-
-#include <atomic>
-#include <thread>
-#include <utility>
 
 #include "dll_fixture.h"
 #include "resource_ids.h"
@@ -14,7 +10,6 @@ namespace {
 
 using Command = UINT(WINAPI*)(UINT_PTR, HWND);
 using MsgBox = UINT(WINAPI*)(LPCSTR, LPCSTR, UINT, HWND);
-using ViewPage = UINT(WINAPI*)(LPCSTR);
 
 constexpr char kCaption[] = "Qbrook export test";
 constexpr char kConfirmTitle[] = "Qbrookツール－同期";
@@ -75,52 +70,6 @@ TEST_F(DllTest, SynchronizeAsksFirstUnlessSyncNotifyIsZero) {
             1u);
   ASSERT_TRUE(SetSettingDword("SyncNotify", 0));
   EXPECT_EQ(RunWithoutDialog([&] { return synchronize(0, nullptr); }, kConfirmTitle), 1u);
-}
-
-TEST_F(DllTest, GuardedExportsAnswerBusyAfterASecondWhileTheMutexIsHeldAndTheRestDoNot) {
-  std::atomic<int> stage{0};
-  // Held by another thread: the library's own thread would simply enter it again.
-  std::thread holder([&stage] {
-    // The library made it at load: the initial-owner flag would be ignored.
-    HANDLE mutex = OpenMutexA(SYNCHRONIZE | MUTEX_MODIFY_STATE, FALSE, "HvqbrkMtx");
-    if (mutex && WaitForSingleObject(mutex, 5000) == WAIT_OBJECT_0) stage = 1;
-    for (int waited = 0; stage != 2 && waited < 30000; waited += 10)
-      Sleep(10);
-    if (mutex) {
-      ReleaseMutex(mutex);
-      CloseHandle(mutex);
-    }
-  });
-  for (int waited = 0; stage != 1 && waited < 5000; waited += 10)
-    Sleep(10);
-
-  // <chrono> cannot be compiled for code page 932 narrow strings: ticks will do.
-  const auto timed = [](auto call) {
-    const ULONGLONG start = GetTickCount64();
-    const UINT result = call();
-    return std::make_pair(result, (GetTickCount64() - start) / 1000.0);
-  };
-
-  const auto init = timed([&] { return Export<Command>("qbrkOnInit")(0, nullptr); });
-  const auto sync = timed([&] {
-    return RunWithoutDialog([&] { return Export<Command>("qbrkSynchronize")(0, nullptr); },
-                            kConfirmTitle);
-  });
-  char buffer[260] = {};
-  const UINT mirror = Export<UINT(WINAPI*)(LPSTR)>("qbrkGetMirrorFolderPath")(buffer);
-  const UINT page = Export<ViewPage>("qbrkViewHomePage")(nullptr);
-  stage = 2;
-  holder.join();
-
-  EXPECT_EQ(init.first, 2u);
-  EXPECT_EQ(sync.first, 0u) << "busy, without asking";
-  for (double seconds : {init.second, sync.second}) {
-    EXPECT_GE(seconds, 0.9);
-    EXPECT_LE(seconds, 5.0);
-  }
-  EXPECT_EQ(mirror, 1u);
-  EXPECT_EQ(page, 1u);
-  EXPECT_EQ(Export<ViewPage>("qbrkViewHomePage")("NoSuchPage"), 1u);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// The two mirror folder exports against the registry and files of the Wine prefix.
+// The mirror folder exports and the mirror folder dialog, against the registry and files of
+// the Wine prefix.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -7,6 +8,7 @@
 #include "dll_fixture.h"
 #include "resource_ids.h"
 #include "support/dialog_driver.h"
+#include "support/screenshot.h"
 
 namespace qbrk::test {
 namespace {
@@ -93,6 +95,42 @@ TEST_F(MirrorFolderExportsTest, RepairShowsError96ThenLetsTheUserChooseAnotherFo
   EXPECT_EQ(std::string(buffer), chosen);
   EXPECT_EQ(StoredMirror(), chosen);
   EXPECT_FALSE(Exists(gone));
+}
+
+// What OK decides is tested natively (mirror_folder_change_test); here the dialog's controls.
+TEST_F(MirrorFolderExportsTest, ChangeCommandReportsAnUnusableFolderAndStoresTheOneChosenNext) {
+  const auto change = Export<UINT(WINAPI*)(UINT_PTR, HWND)>("qbrkChangeLocalMirrorPath");
+  const uint32_t changed =
+      RunDialog([&] { return change(0, nullptr); }, kMirrorTitle,
+                [&](HWND dialog) {
+                  // Copying comes with the maintenance commands; the box promises nothing yet.
+                  EXPECT_FALSE(IsWindowEnabled(GetDlgItem(dialog, IDC_MIRROR_COPY)));
+                  EXPECT_TRUE(SaveScreenshot(dialog, "dialog_6030"));
+
+                  PostClick(dialog, IDC_MIRROR_BROWSE);
+                  HWND browser = WaitForDialog("", dialog);
+                  ASSERT_NE(browser, nullptr);
+                  ASSERT_TRUE(SelectInBrowser(browser, Documents()));
+                  Click(browser, IDOK);
+                  EXPECT_TRUE(WaitUntilClosed(browser));
+                  EXPECT_EQ(TextOf(dialog, IDC_MIRROR_PATH), Documents());
+
+                  SetDlgItemTextA(dialog, IDC_MIRROR_PATH, (Documents() + "\\No\\Such").c_str());
+                  PostClick(dialog, IDOK);
+                  HWND error = WaitForDialog("Qbrook　エラーNo.95");
+                  ASSERT_NE(error, nullptr);
+                  EXPECT_EQ(GetWindow(error, GW_OWNER), dialog);
+                  Click(error, IDC_MESSAGE_BUTTON1);
+                  EXPECT_TRUE(WaitUntilClosed(error));
+
+                  Click(dialog, IDC_MIRROR_DEFAULT);
+                  EXPECT_EQ(TextOf(dialog, IDC_MIRROR_PATH), DefaultMirror());
+                  Click(dialog, IDOK);
+                });
+  EXPECT_EQ(changed, 1u);
+  EXPECT_EQ(StoredMirror(), DefaultMirror());
+  EXPECT_TRUE(Exists(DefaultMirror()));
+  EXPECT_FALSE(Exists(Documents() + "\\No"));
 }
 
 }  // namespace

@@ -76,14 +76,19 @@ TEST_F(ShellFolderTest, DisplayNameIsTheShellsNameForAnExistingFolder) {
   EXPECT_FALSE(ShellDisplayName("", &name));
 }
 
-TEST_F(ShellFolderTest, BrowserReturnsTheChosenFolderAndNothingWhenCancelled) {
+TEST_F(ShellFolderTest, PickerIsRootedInTheMirrorFolderAndGivesTheChosenFolderOrNothing) {
+  FakeClock clock;
+  Win32FileSystem files;
+  MemoryRegistry registry;
+  RecordingHostWindow host;
+  FakeShell shell(files);
+  MemoryStringTable strings;
+  Env env{files, registry, clock, host, shell, strings};
+  Settings(registry).WriteMirror(root_);
+
   std::string chosen;
   const uint32_t picked = RunDialog(
-      [&] {
-        return BrowseForFolder(nullptr, "フォルダを選んでください。", root_, root_, &chosen) ? 1u
-                                                                                             : 0u;
-      },
-      "",
+      [&] { return PickFolderInMirror(env, nullptr, "公開するフォルダ", &chosen) ? 1u : 0u; }, "",
       [&](HWND dialog) {
         ASSERT_TRUE(test::SelectInBrowser(dialog, sub_));
         EXPECT_TRUE(test::SaveScreenshot(dialog, "folder_picker"));
@@ -100,37 +105,15 @@ TEST_F(ShellFolderTest, BrowserReturnsTheChosenFolderAndNothingWhenCancelled) {
   EXPECT_EQ(chosen, "kept");
 
   // A root the shell does not know would let the user roam anywhere: nothing is shown.
+  Settings(registry).WriteMirror(root_ + "\\missing");
+  EXPECT_EQ(RunWithoutDialog(
+                [&] { return PickFolderInMirror(env, nullptr, "x", &chosen) ? 1u : 0u; }, ""),
+            0u);
   EXPECT_EQ(
       RunWithoutDialog(
           [&] { return BrowseForFolder(nullptr, "x", root_ + "\\missing", "", &chosen) ? 1u : 0u; },
           ""),
       0u);
-}
-
-TEST_F(ShellFolderTest, PickerInsideTheMirrorFolderIsRootedThereAndNeedsIt) {
-  FakeClock clock;
-  Win32FileSystem files;
-  MemoryRegistry registry;
-  RecordingHostWindow host;
-  FakeShell shell(files);
-  MemoryStringTable strings;
-  Env env{files, registry, clock, host, shell, strings};
-  Settings(registry).WriteMirror(root_);
-
-  std::string chosen;
-  const uint32_t picked = RunDialog(
-      [&] { return PickFolderInMirror(env, nullptr, "公開するフォルダ", &chosen) ? 1u : 0u; }, "",
-      [&](HWND dialog) {
-        ASSERT_TRUE(test::SelectInBrowser(dialog, sub_));
-        Click(dialog, IDOK);
-      });
-  EXPECT_EQ(picked, 1u);
-  EXPECT_EQ(chosen, sub_);
-
-  Settings(registry).WriteMirror(root_ + "\\missing");
-  EXPECT_EQ(RunWithoutDialog(
-                [&] { return PickFolderInMirror(env, nullptr, "x", &chosen) ? 1u : 0u; }, ""),
-            0u);
 }
 
 }  // namespace
