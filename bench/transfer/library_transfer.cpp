@@ -1,5 +1,6 @@
 // The library's side of the transfer benchmark: the settings a user would have (host, port,
-// credentials, upload unit) go into the registry through the settings store, a
+// credentials, upload unit; the rest at their defaults, so the request trace is on) go into
+// the registry through the settings store, the logs rotate as at a job's start, a
 // ServerConnection opens over the real WinINet transport, then Upload sends the file (in
 // ranges of the upload unit, under a lock) and Download brings it back.
 //   library_transfer PORT USER PASSWORD UNIT REMOTE_NAME SOURCE TARGET
@@ -13,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "diag/error_log.h"
 #include "platform/registry.h"
 #include "platform/win32/unique_handle.h"
 #include "platform/win32/win32_env.h"
@@ -40,7 +42,7 @@ bool StoreSettings(qbrk::Env& env, uint16_t port, const std::string& user,
                                   qbrk::kSettingsKey, "Domain", qbrk::reg_type::kString,
                                   host.c_str(), host.size() + 1) &&
          settings.WriteDword("UseSSL", 0) && settings.WriteDword("Port", port) &&
-         settings.WriteDword("PutUnit", unit) && settings.WriteDword("PutLog", 0);
+         settings.WriteDword("PutUnit", unit);
 }
 
 // True when both files hold the same bytes.
@@ -80,6 +82,9 @@ int main(int argc, char** argv) {
                      static_cast<uint32_t>(std::strtoul(argv[4], nullptr, 10))))
     return Fail("storing the settings", 0);
 
+  // As every job does: with the default logging level the trace of each exchange goes into
+  // the log file that this rotation creates.
+  qbrk::RotateLogs(env.files);
   qbrk::ServerConnection connection(
       env, qbrk::NetPlatform{qbrk::Win32HttpTransport(), qbrk::Win32DialUp()}, {});
   if (qbrk::ResultCode r = connection.Open()) return Fail("opening the connection", r);
