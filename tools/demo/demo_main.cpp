@@ -88,7 +88,7 @@ int Run(int argc, char** argv) {
       return Usage();
     }
   }
-  qbrk::NetPlatform net{qbrk::Win32HttpTransport(), qbrk::Win32DialUpLoaderInstance()};
+  qbrk::NetPlatform net{qbrk::Win32HttpTransport(), qbrk::Win32DialUp()};
   const qbrk::demo::DemoOutcome outcome =
       qbrk::demo::RunDemo(qbrk::Win32Env(), net, plan, PrintLine);
   return outcome.ok ? 0 : 1;
