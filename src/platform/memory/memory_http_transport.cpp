@@ -94,6 +94,7 @@ std::string SentRequest::Header(std::string_view name) const {
 
 class MemoryHttpTransport::Request final : public HttpRequest {
  public:
+
   enum class State { kOpened, kBegun, kSent, kFailed };
 
   Request(MemoryHttpTransport& transport, size_t index, ScriptedReply reply, bool by_handler)
@@ -165,6 +166,10 @@ class MemoryHttpTransport::Request final : public HttpRequest {
       return 0;
     }
     if (state_ != State::kSent) return Misuse();
+    if (no_answer_) {
+      *text = "\r\n";
+      return 0;
+    }
     *text = "HTTP/1.1 " + std::to_string(reply_.status) + " " + ReasonPhrase(reply_.status) +
             "\r\n" + reply_.headers + "\r\n";
     return 0;
@@ -206,6 +211,11 @@ class MemoryHttpTransport::Request final : public HttpRequest {
 
   // The failures a send can meet before anything reaches the server.
   SysError SendingFails() {
+    const uint16_t listening = transport_.listening_port_;
+    if (listening != 0 && record().port != listening) {
+      state_ = State::kFailed;
+      return net_error::kCannotConnect;
+    }
     if (reply_.untrusted_sends > 0) {
       --reply_.untrusted_sends;
       return net_error::kInvalidCa;
@@ -230,6 +240,16 @@ class MemoryHttpTransport::Request final : public HttpRequest {
     }
     request.body = record().body;
     HandlerResponse response = transport_.handler_(request);
+    // A server that hangs up is not reported as an error by WinINet (as Wine's shows it):
+    // during the request the send still succeeds and there is no answer at all (status 0,
+    // an empty header block, no body); during the answer the body simply ends early.
+    if (response.connection_cut && response.status == 0) {
+      reply_.status = 0;
+      reply_.headers.clear();
+      reply_.body.clear();
+      no_answer_ = true;
+      return 0;
+    }
     reply_.status = response.status;
     reply_.headers.clear();
     for (const auto& [name, value] : response.headers)
@@ -243,6 +263,7 @@ class MemoryHttpTransport::Request final : public HttpRequest {
   ScriptedReply reply_;
   bool by_handler_;
   State state_ = State::kOpened;
+  bool no_answer_ = false;  // the server hung up before answering
   uint64_t declared_ = 0;
   size_t position_ = 0;
 };
