@@ -242,8 +242,8 @@ TEST_P(HttpTransportContract, HeaderBlocksAndABodyWrittenAfterBegin) {
   const std::string propfind =
       "<?xml version=\"1.0\" encoding=\"utf-8\" ?><propfind xmlns=\"DAV:\"><prop>"
       "<getcontentlength/><getlastmodified/></prop></propfind>";
-  const Outcome out = Run({"PROPFIND", kDisk, {"Depth: 1\r\n", "Connection: close\r\n"}, propfind,
-                           true});
+  const Outcome out =
+      Run({"PROPFIND", kDisk, {"Depth: 1\r\n", "Connection: close\r\n"}, propfind, true});
   ASSERT_EQ(out.failed_step, "") << out.error;
   EXPECT_EQ(out.status, 207u);
 
@@ -337,6 +337,41 @@ TEST_P(HttpTransportContract, HeaderModes) {
     EXPECT_EQ(block.find(other), std::string::npos) << block;
     uint32_t status = 0;
     EXPECT_EQ(request->QueryStatus(&status), 0u);
+  }
+}
+
+// What the client adds by itself at the send, after the caller's headers and only where the
+// caller did not: the trace shows these lines.
+TEST_P(HttpTransportContract, HeadersAddedAtTheSend) {
+  const uint32_t both = http_open_flags::kReload | http_open_flags::kNoCacheWrite;
+  const std::string host = "Host: 127.0.0.1:" + std::to_string(under_test_->port());
+  struct Case {
+    const char* method;
+    uint32_t flags;
+    const char* extra;  // added by the caller first, or ""
+    std::string tail;   // the block after the caller's lines
+  } cases[] = {
+      {"GET", both, "", host + "\r\nUser-Agent: hv-qbrook/2.1.2.0\r\n\r\n"},
+      {"HEAD", both, "",
+       host + "\r\nContent-Length: 0\r\nUser-Agent: hv-qbrook/2.1.2.0\r\n"
+              "Cache-Control: no-cache\r\n\r\n"},
+      {"DELETE", http_open_flags::kReload, "",
+       host + "\r\nContent-Length: 0\r\nUser-Agent: hv-qbrook/2.1.2.0\r\n\r\n"},
+      {"MKCOL", both, "Cache-Control: no-store\r\n",
+       host + "\r\nContent-Length: 0\r\nUser-Agent: hv-qbrook/2.1.2.0\r\n\r\n"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.method);
+    std::unique_ptr<HttpRequest> request;
+    const std::string path = std::string(kDisk) + "added-at-send/";
+    ASSERT_EQ(connection_->OpenRequest(c.method, path, c.flags, &request), 0u);
+    ASSERT_EQ(request->AddHeaders(kAuthorization, HeaderMode::kAddIfNew), 0u);
+    if (*c.extra) ASSERT_EQ(request->AddHeaders(c.extra, HeaderMode::kAddIfNew), 0u);
+    ASSERT_EQ(request->Send({}), 0u);
+    std::string block;
+    ASSERT_EQ(request->QueryRawHeaders(HeaderBlock::kRequest, &block), 0u);
+    EXPECT_EQ(block, std::string(c.method) + " " + path + " HTTP/1.1\r\n" + kAuthorization +
+                         c.extra + c.tail);
   }
 }
 

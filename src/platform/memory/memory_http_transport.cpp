@@ -80,6 +80,29 @@ std::string SentRequest::Wire() const {
   return wire;
 }
 
+std::string SentRequest::SentBlock() const {
+  std::vector<std::string> lines = header_lines;
+  auto add_if_new = [&](std::string_view name, const std::string& value) {
+    for (const auto& line : lines)
+      if (EqualsIgnoringAsciiCase(HeaderName(line), name)) return;
+    lines.push_back(std::string(name) + ": " + value);
+  };
+  // As Wine's WinINet does at the send: the port unless it is the scheme's default, a
+  // length on everything but a bodiless GET, and no-cache where the cache is not written.
+  const bool secure = (flags & http_open_flags::kSecure) != 0;
+  const bool default_port = port == (secure ? 443 : 80);
+  add_if_new("Host", default_port ? host : host + ":" + std::to_string(port));
+  if (method != "GET" || begun || !body.empty())
+    add_if_new("Content-Length", std::to_string(body.size()));
+  add_if_new("User-Agent", agent);
+  if ((flags & http_open_flags::kNoCacheWrite) != 0 && method != "GET")
+    add_if_new("Cache-Control", "no-cache");
+  std::string block = method + " " + path + " HTTP/1.1\r\n";
+  for (const auto& line : lines)
+    block += line + "\r\n";
+  return block + "\r\n";
+}
+
 std::string SentRequest::Header(std::string_view name) const {
   for (const auto& line : header_lines) {
     if (EqualsIgnoringAsciiCase(HeaderName(line), name)) {
@@ -94,7 +117,6 @@ std::string SentRequest::Header(std::string_view name) const {
 
 class MemoryHttpTransport::Request final : public HttpRequest {
  public:
-
   enum class State { kOpened, kBegun, kSent, kFailed };
 
   Request(MemoryHttpTransport& transport, size_t index, ScriptedReply reply, bool by_handler)
@@ -161,8 +183,13 @@ class MemoryHttpTransport::Request final : public HttpRequest {
 
   SysError QueryRawHeaders(HeaderBlock block, std::string* text) override {
     if (block == HeaderBlock::kRequest) {
-      const std::string wire = record().Wire();
-      *text = wire.substr(0, wire.size() - record().body.size());
+      // Before the send only what the client added is there.
+      if (state_ == State::kSent) {
+        *text = record().SentBlock();
+      } else {
+        const std::string wire = record().Wire();
+        *text = wire.substr(0, wire.size() - record().body.size());
+      }
       return 0;
     }
     if (state_ != State::kSent) return Misuse();
@@ -270,12 +297,13 @@ class MemoryHttpTransport::Request final : public HttpRequest {
 
 class MemoryHttpTransport::Connection final : public HttpConnection {
  public:
-  Connection(MemoryHttpTransport& transport, std::string host, uint16_t port)
-      : transport_(transport), host_(std::move(host)), port_(port) {}
+  Connection(MemoryHttpTransport& transport, std::string agent, std::string host, uint16_t port)
+      : transport_(transport), agent_(std::move(agent)), host_(std::move(host)), port_(port) {}
 
   SysError OpenRequest(std::string_view method, std::string_view path, uint32_t flags,
                        std::unique_ptr<HttpRequest>* request) override {
     SentRequest sent;
+    sent.agent = agent_;
     sent.host = host_;
     sent.port = port_;
     sent.method = std::string(method);
@@ -302,13 +330,15 @@ class MemoryHttpTransport::Connection final : public HttpConnection {
 
  private:
   MemoryHttpTransport& transport_;
+  std::string agent_;
   std::string host_;
   uint16_t port_;
 };
 
 class MemoryHttpTransport::Session final : public HttpSession {
  public:
-  explicit Session(MemoryHttpTransport& transport) : transport_(transport) {}
+  Session(MemoryHttpTransport& transport, std::string agent)
+      : transport_(transport), agent_(std::move(agent)) {}
 
   SysError SetTimeouts(uint32_t send_ms, uint32_t receive_ms) override {
     if (transport_.timeout_error_) return transport_.timeout_error_;
@@ -320,12 +350,13 @@ class MemoryHttpTransport::Session final : public HttpSession {
                    std::unique_ptr<HttpConnection>* connection) override {
     if (transport_.connect_error_) return transport_.connect_error_;
     transport_.connects_.emplace_back(host, port);
-    *connection = std::make_unique<Connection>(transport_, host, port);
+    *connection = std::make_unique<Connection>(transport_, agent_, host, port);
     return 0;
   }
 
  private:
   MemoryHttpTransport& transport_;
+  std::string agent_;
 };
 
 MemoryHttpTransport::MemoryHttpTransport() = default;
@@ -335,7 +366,7 @@ SysError MemoryHttpTransport::OpenSession(const std::string& agent,
                                           std::unique_ptr<HttpSession>* session) {
   if (open_session_error_) return open_session_error_;
   agents_.push_back(agent);
-  *session = std::make_unique<Session>(*this);
+  *session = std::make_unique<Session>(*this, agent);
   return 0;
 }
 

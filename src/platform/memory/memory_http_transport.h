@@ -25,6 +25,7 @@ struct SentRequest {
     std::string text;  // as given to AddHeaders
     HeaderMode mode;
   };
+  std::string agent;
   std::string host;
   uint16_t port = 0;
   std::string method;
@@ -38,6 +39,9 @@ struct SentRequest {
 
   // "METHOD path HTTP/1.1\r\n", each header line with CR LF, an empty line, the body.
   std::string Wire() const;
+  // The request block as WinINet reports it once sent: the request line, the headers the
+  // client added, then those WinINet adds when they are not there yet, an empty line.
+  std::string SentBlock() const;
   // The value of the first header line named `name` (ASCII case ignored), or "".
   std::string Header(std::string_view name) const;
 };
