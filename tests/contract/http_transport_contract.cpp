@@ -366,7 +366,9 @@ TEST_P(HttpTransportContract, HeadersAddedAtTheSend) {
     const std::string path = std::string(kDisk) + "added-at-send/";
     ASSERT_EQ(connection_->OpenRequest(c.method, path, c.flags, &request), 0u);
     ASSERT_EQ(request->AddHeaders(kAuthorization, HeaderMode::kAddIfNew), 0u);
-    if (*c.extra) ASSERT_EQ(request->AddHeaders(c.extra, HeaderMode::kAddIfNew), 0u);
+    if (*c.extra) {
+      ASSERT_EQ(request->AddHeaders(c.extra, HeaderMode::kAddIfNew), 0u);
+    }
     ASSERT_EQ(request->Send({}), 0u);
     std::string block;
     ASSERT_EQ(request->QueryRawHeaders(HeaderBlock::kRequest, &block), 0u);
