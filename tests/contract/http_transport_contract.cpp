@@ -17,9 +17,8 @@
 #include "protocol/service.h"
 
 #ifdef _WIN32
-#include <winsock2.h>
-
 #include "platform/win32/wininet_transport.h"
+#include "support/loopback.h"
 #else
 #include <unistd.h>
 
@@ -54,25 +53,7 @@ class WinInetUnderTest final : public TransportUnderTest {
     const char* port = std::getenv("QBRK_EMULATOR_PORT");
     return port ? static_cast<uint16_t>(std::atoi(port)) : 0;
   }
-  // A port the system just handed out and took back: nothing listens there.
-  uint16_t closed_port() override {
-    WSADATA data;
-    if (WSAStartup(MAKEWORD(2, 2), &data) != 0) return 0;
-    uint16_t port = 0;
-    SOCKET s = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    int size = sizeof address;
-    if (s != INVALID_SOCKET &&
-        bind(s, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-        getsockname(s, reinterpret_cast<sockaddr*>(&address), &size) == 0) {
-      port = ntohs(address.sin_port);
-    }
-    if (s != INVALID_SOCKET) closesocket(s);
-    WSACleanup();
-    return port;
-  }
+  uint16_t closed_port() override { return test::ClosedLoopbackPort(); }
   std::string missing() override {
     if (const char* program = std::getenv("QBRK_EMULATOR_MISSING"))
       return std::string("the emulator is not built: ") + program;

@@ -8,8 +8,7 @@
 #include "protocol/worker_messages.h"
 #include "protocol_fixture.h"
 #include "settings/settings.h"
-
-#include <winsock2.h>
+#include "support/loopback.h"
 
 namespace qbrk::test {
 namespace {
@@ -74,6 +73,14 @@ TEST_F(OpenTest, SignInCancelledAndVersionRefused) {
   }
 }
 
+TEST_F(OpenTest, PreferredHostTakesOverTheConnection) {
+  ASSERT_EQ(Control("POST", "settings", "preferred-host=localhost").status, 200u);
+  ASSERT_EQ(Open(), 0u);
+  EXPECT_EQ(connection_->host(), "localhost");
+  ASSERT_EQ(MakeFolder(session(), std::string(kRoot) + "redirected/"), 0u);
+  ExpectDisk({{"redirected/", ""}});
+}
+
 TEST_F(OpenTest, StatusesBecomeResultCodes) {
   ASSERT_EQ(Open(), 0u);
   const struct {
@@ -100,27 +107,9 @@ TEST_F(OpenTest, StatusesBecomeResultCodes) {
               {"s507/", ""}});
 }
 
-// A port that the system just handed out and took back: nothing listens there.
-uint16_t ClosedPort() {
-  WSADATA data;
-  if (WSAStartup(MAKEWORD(2, 2), &data) != 0) return 0;
-  uint16_t port = 0;
-  SOCKET s = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  int size = sizeof address;
-  if (s != INVALID_SOCKET && bind(s, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-      getsockname(s, reinterpret_cast<sockaddr*>(&address), &size) == 0)
-    port = ntohs(address.sin_port);
-  if (s != INVALID_SOCKET) closesocket(s);
-  WSACleanup();
-  return port;
-}
-
 TEST_F(OpenTest, RefusedTimedOutAndBrokenConnections) {
   Settings settings(Win32Env().registry);
-  const uint16_t closed = ClosedPort();
+  const uint16_t closed = ClosedLoopbackPort();
   ASSERT_NE(closed, 0);
   ASSERT_TRUE(settings.WriteDword("Port", closed));
   EXPECT_EQ(Open(), 74u);

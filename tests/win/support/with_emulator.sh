@@ -62,7 +62,7 @@ mkdir -p "$cert_dir"
 start() {
   local name=$1
   shift
-  "$emulator" --data "$work/$name" --listen 127.0.0.1:0 --control \
+  "$emulator" --data "$work/$name" --listen 127.0.0.1:0 --control --log \
     --account taro@example.jp:secret --account jiro@example.jp:pw "$@" \
     >"$work/$name.url" 2>"$work/$name.log" &
   pids+=($!)
@@ -90,7 +90,7 @@ export QBRK_EMULATOR_DATA="Z:${work//\//\\}\\plain"
 "$@"
 status=$?
 if [ "$status" -ne 0 ]; then
-  echo "---- emulator log (HTTP) ----" >&2
+  echo "---- the HTTP emulator's last requests ----" >&2
   tail -n 40 "$work/plain.log" >&2
 fi
 exit "$status"
