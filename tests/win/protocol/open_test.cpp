@@ -13,9 +13,9 @@
 namespace qbrk::test {
 namespace {
 
-using OpenTest = ProtocolScenario;
+using WinInetOpenTest = ProtocolScenario;
 
-TEST_F(OpenTest, WrongPasswordAsksForSignInUntilTheServerAccepts) {
+TEST_F(WinInetOpenTest, WrongPasswordAsksForSignInUntilTheServerAccepts) {
   WriteSettings("wrong");
   int asked = 0;
   link_.OnMessage(worker_message::kSignIn, [&](uintptr_t wparam, intptr_t lparam) {
@@ -51,7 +51,7 @@ TEST_F(OpenTest, WrongPasswordAsksForSignInUntilTheServerAccepts) {
   ExpectDisk({{"whole.bin", Pattern(50000)}});
 }
 
-TEST_F(OpenTest, SignInCancelledAndVersionRefused) {
+TEST_F(WinInetOpenTest, SignInCancelledAndVersionRefused) {
   WriteSettings("wrong");
   link_.OnMessage(worker_message::kSignIn, [](uintptr_t, intptr_t) {});  // closed: answer 0
   EXPECT_EQ(Open(), 1u);
@@ -73,7 +73,7 @@ TEST_F(OpenTest, SignInCancelledAndVersionRefused) {
   }
 }
 
-TEST_F(OpenTest, PreferredHostTakesOverTheConnection) {
+TEST_F(WinInetOpenTest, PreferredHostTakesOverTheConnection) {
   ASSERT_EQ(Control("POST", "settings", "preferred-host=localhost").status, 200u);
   ASSERT_EQ(Open(), 0u);
   EXPECT_EQ(connection_->host(), "localhost");
@@ -81,7 +81,7 @@ TEST_F(OpenTest, PreferredHostTakesOverTheConnection) {
   ExpectDisk({{"redirected/", ""}});
 }
 
-TEST_F(OpenTest, StatusesBecomeResultCodes) {
+TEST_F(WinInetOpenTest, StatusesBecomeResultCodes) {
   ASSERT_EQ(Open(), 0u);
   const struct {
     uint32_t status;
@@ -107,7 +107,7 @@ TEST_F(OpenTest, StatusesBecomeResultCodes) {
               {"s507/", ""}});
 }
 
-TEST_F(OpenTest, RefusedTimedOutAndBrokenConnections) {
+TEST_F(WinInetOpenTest, RefusedTimedOutAndBrokenConnections) {
   Settings settings(Win32Env().registry);
   const uint16_t closed = ClosedLoopbackPort();
   ASSERT_NE(closed, 0);

@@ -15,7 +15,7 @@
 namespace qbrk::test {
 namespace {
 
-using OperationsTest = ProtocolScenario;
+using WinInetOperationsTest = ProtocolScenario;
 
 std::string At(const std::string& rest) {
   return std::string(kRoot) + rest;
@@ -29,7 +29,7 @@ std::vector<uintptr_t> Progress(const ScriptedDialogLink& link) {
   return blocks;
 }
 
-TEST_F(OperationsTest, FilesAndFoldersWithJapaneseNames) {
+TEST_F(WinInetOperationsTest, FilesAndFoldersWithJapaneseNames) {
   ASSERT_EQ(Open(), 0u);
   const std::string japanese = "日本語の資料.txt";  // Shift_JIS bytes at run time
   const std::string content = Pattern(10000);
@@ -87,7 +87,7 @@ TEST_F(OperationsTest, FilesAndFoldersWithJapaneseNames) {
   ExpectDisk({{"docs/", ""}});
 }
 
-TEST_F(OperationsTest, UploadJustOverTheUnitGoesInTwoRangesUnderALock) {
+TEST_F(WinInetOperationsTest, UploadJustOverTheUnitGoesInTwoRangesUnderALock) {
   ASSERT_EQ(Open(), 0u);
   ASSERT_EQ(connection_->upload_unit(), 524288u);
   const std::string content = Pattern(524289);
@@ -105,7 +105,7 @@ TEST_F(OperationsTest, UploadJustOverTheUnitGoesInTwoRangesUnderALock) {
   ExpectDisk({{"big.bin", content}, {"empty.bin", ""}});
 }
 
-TEST_F(OperationsTest, InterruptedRangedUploadLeavesItsLockToTheNextConnection) {
+TEST_F(WinInetOperationsTest, InterruptedRangedUploadLeavesItsLockToTheNextConnection) {
   ASSERT_EQ(Open(), 0u);
   WriteLocal("old.bin", "old content");
   ASSERT_EQ(Upload(session(), LocalPath("old.bin"), At("big.bin")), 0u);
@@ -129,7 +129,7 @@ TEST_F(OperationsTest, InterruptedRangedUploadLeavesItsLockToTheNextConnection) 
   ExpectDisk({{"big.bin", "old content"}});
 }
 
-TEST_F(OperationsTest, LocksOwnAndSomeoneElses) {
+TEST_F(WinInetOperationsTest, LocksOwnAndSomeoneElses) {
   ASSERT_EQ(Open(), 0u);
   std::string token;
   ASSERT_EQ(Lock(session(), At("mine.txt"), &token), 0u);
@@ -153,7 +153,7 @@ TEST_F(OperationsTest, LocksOwnAndSomeoneElses) {
   ExpectDisk({{"left.txt", "text"}});
 }
 
-TEST_F(OperationsTest, QuotaFiguresAndAFullDisk) {
+TEST_F(WinInetOperationsTest, QuotaFiguresAndAFullDisk) {
   ASSERT_EQ(Control("POST", "settings", "quota=taro@example.jp 6000000000").status, 200u);
   ASSERT_EQ(Open(), 0u);
   WriteLocal("small.bin", Pattern(1000));
@@ -170,7 +170,7 @@ TEST_F(OperationsTest, QuotaFiguresAndAFullDisk) {
   ExpectDisk({{"small.bin", Pattern(1000)}});
 }
 
-TEST_F(OperationsTest, EveryPublishingCommand) {
+TEST_F(WinInetOperationsTest, EveryPublishingCommand) {
   ASSERT_EQ(Open(), 0u);
   ASSERT_EQ(MakeFolder(session(), At("pub/")), 0u);
   bool published = true;

@@ -18,9 +18,9 @@
 namespace qbrk::test {
 namespace {
 
-using TraceTest = ProtocolScenario;
+using WinInetTraceTest = ProtocolScenario;
 
-TEST_F(TraceTest, OneExchangeAsTheRotationCreatedTheFile) {
+TEST_F(WinInetTraceTest, OneExchangeAsTheRotationCreatedTheFile) {
   ASSERT_TRUE(Settings(Win32Env().registry).WriteDword("PutLog", 5));
   ASSERT_EQ(Open(), 0u);
   // Before the rotation there is no current file, and the trace makes none.
@@ -66,7 +66,7 @@ TEST_F(TraceTest, OneExchangeAsTheRotationCreatedTheFile) {
   ExpectDisk({{"traced/", ""}});
 }
 
-using TlsTest = ProtocolScenario;
+using WinInetTlsTest = ProtocolScenario;
 
 // A person who answers every certificate warning of this process with `button`.
 class CertificateAnswerer {
@@ -100,7 +100,7 @@ class CertificateAnswerer {
   std::thread thread_;
 };
 
-TEST_F(TlsTest, UntrustedCertificateIsAskedAboutOnTheDialogsWindow) {
+TEST_F(WinInetTlsTest, UntrustedCertificateIsAskedAboutOnTheDialogsWindow) {
   ASSERT_TRUE(Settings(Win32Env().registry).WriteDword("UseSSL", 1));
   // The certificate dialog belongs to the job's dialog window.
   HWND owner = CreateWindowExA(0, "STATIC", "qbrk-owner", WS_POPUP, 0, 0, 10, 10, nullptr, nullptr,
