@@ -59,13 +59,21 @@ ResultCode ReadItem(ServerSession& session, const std::string& path, FindData* i
   return result::kSuccess;
 }
 
-// Receives the body into `temp`.
+// Receives the body into `temp`. WinINet ends a body quietly when the server drops the
+// connection in the middle of it, so a body shorter than its announced length counts as a
+// broken connection: the local copy must not be replaced by a truncated file.
 ResultCode ReceiveBody(ServerSession& session, File& temp) {
+  std::string length;
+  const bool announced = session.ReadResponseHeader("Content-Length", &length);
+  const uint64_t expected = announced ? LeadingDecimal(length) : 0;
+  uint64_t received = 0;
   std::vector<char> block(kBlock);
   for (;;) {
     uint32_t got = 0;
     if (ResultCode r = session.Read(block.data(), kBlock, &got, result::kDownloadFailed)) return r;
-    if (got == 0) return result::kSuccess;
+    if (got == 0)
+      return announced && received < expected ? result::kConnectionBroken : result::kSuccess;
+    received += got;
     if (SysError e = temp.Write(block.data(), got)) return WriteFailure(e);
     session.Notify(worker_message::kProgress, got);
     if (session.IsCancelled()) return result::kCancelled;

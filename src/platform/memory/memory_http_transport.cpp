@@ -80,6 +80,29 @@ std::string SentRequest::Wire() const {
   return wire;
 }
 
+std::string SentRequest::SentBlock() const {
+  std::vector<std::string> lines = header_lines;
+  auto add_if_new = [&](std::string_view name, const std::string& value) {
+    for (const auto& line : lines)
+      if (EqualsIgnoringAsciiCase(HeaderName(line), name)) return;
+    lines.push_back(std::string(name) + ": " + value);
+  };
+  // As Wine's WinINet does at the send: the port unless it is the scheme's default, a
+  // length on everything but a bodiless GET, and no-cache where the cache is not written.
+  const bool secure = (flags & http_open_flags::kSecure) != 0;
+  const bool default_port = port == (secure ? 443 : 80);
+  add_if_new("Host", default_port ? host : host + ":" + std::to_string(port));
+  if (method != "GET" || begun || !body.empty())
+    add_if_new("Content-Length", std::to_string(body.size()));
+  add_if_new("User-Agent", agent);
+  if ((flags & http_open_flags::kNoCacheWrite) != 0 && method != "GET")
+    add_if_new("Cache-Control", "no-cache");
+  std::string block = method + " " + path + " HTTP/1.1\r\n";
+  for (const auto& line : lines)
+    block += line + "\r\n";
+  return block + "\r\n";
+}
+
 std::string SentRequest::Header(std::string_view name) const {
   for (const auto& line : header_lines) {
     if (EqualsIgnoringAsciiCase(HeaderName(line), name)) {
@@ -160,11 +183,20 @@ class MemoryHttpTransport::Request final : public HttpRequest {
 
   SysError QueryRawHeaders(HeaderBlock block, std::string* text) override {
     if (block == HeaderBlock::kRequest) {
-      const std::string wire = record().Wire();
-      *text = wire.substr(0, wire.size() - record().body.size());
+      // Before the send only what the client added is there.
+      if (state_ == State::kSent) {
+        *text = record().SentBlock();
+      } else {
+        const std::string wire = record().Wire();
+        *text = wire.substr(0, wire.size() - record().body.size());
+      }
       return 0;
     }
     if (state_ != State::kSent) return Misuse();
+    if (no_answer_) {
+      *text = "\r\n";
+      return 0;
+    }
     *text = "HTTP/1.1 " + std::to_string(reply_.status) + " " + ReasonPhrase(reply_.status) +
             "\r\n" + reply_.headers + "\r\n";
     return 0;
@@ -206,6 +238,11 @@ class MemoryHttpTransport::Request final : public HttpRequest {
 
   // The failures a send can meet before anything reaches the server.
   SysError SendingFails() {
+    const uint16_t listening = transport_.listening_port_;
+    if (listening != 0 && record().port != listening) {
+      state_ = State::kFailed;
+      return net_error::kCannotConnect;
+    }
     if (reply_.untrusted_sends > 0) {
       --reply_.untrusted_sends;
       return net_error::kInvalidCa;
@@ -230,6 +267,16 @@ class MemoryHttpTransport::Request final : public HttpRequest {
     }
     request.body = record().body;
     HandlerResponse response = transport_.handler_(request);
+    // A server that hangs up is not reported as an error by WinINet (as Wine's shows it):
+    // during the request the send still succeeds and there is no answer at all (status 0,
+    // an empty header block, no body); during the answer the body simply ends early.
+    if (response.connection_cut && response.status == 0) {
+      reply_.status = 0;
+      reply_.headers.clear();
+      reply_.body.clear();
+      no_answer_ = true;
+      return 0;
+    }
     reply_.status = response.status;
     reply_.headers.clear();
     for (const auto& [name, value] : response.headers)
@@ -243,18 +290,20 @@ class MemoryHttpTransport::Request final : public HttpRequest {
   ScriptedReply reply_;
   bool by_handler_;
   State state_ = State::kOpened;
+  bool no_answer_ = false;  // the server hung up before answering
   uint64_t declared_ = 0;
   size_t position_ = 0;
 };
 
 class MemoryHttpTransport::Connection final : public HttpConnection {
  public:
-  Connection(MemoryHttpTransport& transport, std::string host, uint16_t port)
-      : transport_(transport), host_(std::move(host)), port_(port) {}
+  Connection(MemoryHttpTransport& transport, std::string agent, std::string host, uint16_t port)
+      : transport_(transport), agent_(std::move(agent)), host_(std::move(host)), port_(port) {}
 
   SysError OpenRequest(std::string_view method, std::string_view path, uint32_t flags,
                        std::unique_ptr<HttpRequest>* request) override {
     SentRequest sent;
+    sent.agent = agent_;
     sent.host = host_;
     sent.port = port_;
     sent.method = std::string(method);
@@ -281,13 +330,15 @@ class MemoryHttpTransport::Connection final : public HttpConnection {
 
  private:
   MemoryHttpTransport& transport_;
+  std::string agent_;
   std::string host_;
   uint16_t port_;
 };
 
 class MemoryHttpTransport::Session final : public HttpSession {
  public:
-  explicit Session(MemoryHttpTransport& transport) : transport_(transport) {}
+  Session(MemoryHttpTransport& transport, std::string agent)
+      : transport_(transport), agent_(std::move(agent)) {}
 
   SysError SetTimeouts(uint32_t send_ms, uint32_t receive_ms) override {
     if (transport_.timeout_error_) return transport_.timeout_error_;
@@ -299,12 +350,13 @@ class MemoryHttpTransport::Session final : public HttpSession {
                    std::unique_ptr<HttpConnection>* connection) override {
     if (transport_.connect_error_) return transport_.connect_error_;
     transport_.connects_.emplace_back(host, port);
-    *connection = std::make_unique<Connection>(transport_, host, port);
+    *connection = std::make_unique<Connection>(transport_, agent_, host, port);
     return 0;
   }
 
  private:
   MemoryHttpTransport& transport_;
+  std::string agent_;
 };
 
 MemoryHttpTransport::MemoryHttpTransport() = default;
@@ -314,7 +366,7 @@ SysError MemoryHttpTransport::OpenSession(const std::string& agent,
                                           std::unique_ptr<HttpSession>* session) {
   if (open_session_error_) return open_session_error_;
   agents_.push_back(agent);
-  *session = std::make_unique<Session>(*this);
+  *session = std::make_unique<Session>(*this, agent);
   return 0;
 }
 

@@ -25,6 +25,7 @@ struct SentRequest {
     std::string text;  // as given to AddHeaders
     HeaderMode mode;
   };
+  std::string agent;
   std::string host;
   uint16_t port = 0;
   std::string method;
@@ -38,6 +39,9 @@ struct SentRequest {
 
   // "METHOD path HTTP/1.1\r\n", each header line with CR LF, an empty line, the body.
   std::string Wire() const;
+  // The request block as WinINet reports it once sent: the request line, the headers the
+  // client added, then those WinINet adds when they are not there yet, an empty line.
+  std::string SentBlock() const;
   // The value of the first header line named `name` (ASCII case ignored), or "".
   std::string Header(std::string_view name) const;
 };
@@ -67,6 +71,9 @@ struct HandlerResponse {
   uint32_t status = 200;
   std::vector<std::pair<std::string, std::string>> headers;
   std::string body;
+  // The server dropped the connection: during the request when `status` is 0, else after
+  // `body` (the part of the answer's body that came before the cut).
+  bool connection_cut = false;
 };
 using RequestHandler = std::function<HandlerResponse(const HandlerRequest& request)>;
 
@@ -98,6 +105,9 @@ class MemoryHttpTransport final : public HttpTransport {
   void set_connect_error(SysError error) { connect_error_ = error; }
   void set_timeout_error(SysError error) { timeout_error_ = error; }
   void set_attempt_connect_error(SysError error) { attempt_connect_error_ = error; }
+  // Only this port answers (0: every port); a request to another one is refused at its
+  // sending step, as by a host where nothing listens.
+  void set_listening_port(uint16_t port) { listening_port_ = port; }
   // The result InternetErrorDlg gives (0: the user accepted the certificate).
   void set_error_dialog_answer(uint32_t answer) { error_dialog_answer_ = answer; }
 
@@ -131,6 +141,7 @@ class MemoryHttpTransport final : public HttpTransport {
   SysError connect_error_ = 0;
   SysError timeout_error_ = 0;
   SysError attempt_connect_error_ = 0;
+  uint16_t listening_port_ = 0;
   uint32_t error_dialog_answer_ = 0;
   size_t unanswered_ = 0;
   size_t misuses_ = 0;

@@ -122,9 +122,28 @@ class WinInetRequest final : public HttpRequest {
   UniqueInternet handle_;
 };
 
+// The session's time-outs, in milliseconds; 0 leaves WinINet's own.
+struct Timeouts {
+  DWORD send = 0;
+  DWORD receive = 0;
+};
+
+SysError ApplyTimeouts(HINTERNET handle, const Timeouts& timeouts) {
+  DWORD send = timeouts.send;
+  DWORD receive = timeouts.receive;
+  if ((send != 0 &&
+       !InternetSetOptionA(handle, INTERNET_OPTION_SEND_TIMEOUT, &send, sizeof(send))) ||
+      (receive != 0 &&
+       !InternetSetOptionA(handle, INTERNET_OPTION_RECEIVE_TIMEOUT, &receive, sizeof(receive)))) {
+    return LastError();
+  }
+  return 0;
+}
+
 class WinInetConnection final : public HttpConnection {
  public:
-  explicit WinInetConnection(UniqueInternet handle) : handle_(std::move(handle)) {}
+  WinInetConnection(UniqueInternet handle, const Timeouts& timeouts)
+      : handle_(std::move(handle)), timeouts_(timeouts) {}
 
   SysError OpenRequest(std::string_view method, std::string_view path, uint32_t flags,
                        std::unique_ptr<HttpRequest>* request) override {
@@ -133,12 +152,16 @@ class WinInetConnection final : public HttpConnection {
     UniqueInternet handle(HttpOpenRequestA(handle_.get(), verb.c_str(), object.c_str(), "HTTP/1.1",
                                            nullptr, nullptr, flags, 1));
     if (!handle) return LastError();
+    // Windows hands the session's time-outs down to its requests; Wine does not, and a
+    // silent server would then hold a job for ever. Setting them again is harmless.
+    if (SysError error = ApplyTimeouts(handle.get(), timeouts_)) return error;
     *request = std::make_unique<WinInetRequest>(std::move(handle));
     return 0;
   }
 
  private:
   UniqueInternet handle_;
+  Timeouts timeouts_;
 };
 
 class WinInetSession final : public HttpSession {
@@ -146,13 +169,9 @@ class WinInetSession final : public HttpSession {
   explicit WinInetSession(UniqueInternet handle) : handle_(std::move(handle)) {}
 
   SysError SetTimeouts(uint32_t send_ms, uint32_t receive_ms) override {
-    DWORD send = send_ms;
-    DWORD receive = receive_ms;
-    if (!InternetSetOptionA(handle_.get(), INTERNET_OPTION_SEND_TIMEOUT, &send, sizeof(send)) ||
-        !InternetSetOptionA(handle_.get(), INTERNET_OPTION_RECEIVE_TIMEOUT, &receive,
-                            sizeof(receive))) {
-      return LastError();
-    }
+    const Timeouts timeouts{send_ms, receive_ms};
+    if (SysError error = ApplyTimeouts(handle_.get(), timeouts)) return error;
+    timeouts_ = timeouts;
     return 0;
   }
 
@@ -161,12 +180,13 @@ class WinInetSession final : public HttpSession {
     UniqueInternet handle(InternetConnectA(handle_.get(), host.c_str(), port, nullptr, nullptr,
                                            INTERNET_SERVICE_HTTP, 0, 0));
     if (!handle) return LastError();
-    *connection = std::make_unique<WinInetConnection>(std::move(handle));
+    *connection = std::make_unique<WinInetConnection>(std::move(handle), timeouts_);
     return 0;
   }
 
  private:
   UniqueInternet handle_;
+  Timeouts timeouts_;
 };
 
 }  // namespace
