@@ -1,8 +1,12 @@
-// The peer of the transfer benchmark: the least a client can do with WinINet to move a file.
-// One PUT of the whole file written in 4096-byte blocks, then one GET read in 4096-byte
-// blocks into a local file, with only the headers the service needs (Basic authorization).
-//   bare_wininet PORT USER PASSWORD REMOTE_PATH SOURCE TARGET
-// Prints "up_seconds=S down_seconds=S" on success; any failure exits with 1 and a reason.
+// The peer of the transfer benchmark: the least a client can do with WinINet to move a file,
+// every body in 4096-byte blocks, with only the headers the service needs:
+//   - one PUT of the whole file (the platform's ceiling for one request);
+//   - the same bytes as the service takes a large file: LOCK, one PUT per piece of PIECE
+//     bytes with its Content-Range and the lock token, each on a connection of its own
+//     ("Connection: close"), UNLOCK;
+//   - one GET read into a local file.
+//   bare_wininet PORT USER PASSWORD REMOTE_PATH SOURCE TARGET PIECE
+// Prints "up_seconds=S pieces_up_seconds=S down_seconds=S"; any failure exits with 1.
 #include <windows.h>
 #include <wininet.h>
 
@@ -11,6 +15,7 @@
 #include <string>
 
 #include "platform/win32/unique_handle.h"
+#include "protocol/base64.h"
 
 namespace {
 
@@ -23,23 +28,6 @@ constexpr DWORD kFlags = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE;
 int Fail(const char* step) {
   std::fprintf(stderr, "bare_wininet: %s failed (%lu)\n", step, GetLastError());
   return 1;
-}
-
-std::string Base64(const std::string& in) {
-  static const char kAlphabet[] =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string out;
-  for (size_t i = 0; i < in.size(); i += 3) {
-    const size_t n = in.size() - i < 3 ? in.size() - i : 3;
-    unsigned v = 0;
-    for (size_t k = 0; k < 3; ++k)
-      v = (v << 8) | (k < n ? static_cast<unsigned char>(in[i + k]) : 0u);
-    out += kAlphabet[(v >> 18) & 63];
-    out += kAlphabet[(v >> 12) & 63];
-    out += n > 1 ? kAlphabet[(v >> 6) & 63] : '=';
-    out += n > 2 ? kAlphabet[v & 63] : '=';
-  }
-  return out;
 }
 
 double Seconds(LARGE_INTEGER start) {
@@ -58,44 +46,113 @@ DWORD Status(HINTERNET request) {
   return status;
 }
 
-bool AddAuthorization(HINTERNET request, const std::string& line) {
+bool AddHeader(HINTERNET request, const std::string& line) {
   return HttpAddRequestHeadersA(request, line.c_str(), static_cast<DWORD>(line.size()),
                                 HTTP_ADDREQ_FLAG_ADD | HTTP_ADDREQ_FLAG_REPLACE) != FALSE;
+}
+
+// One request whose body is `length` bytes of `file` from its current position, written in
+// blocks; true when it is answered with one of the two statuses.
+int SendBody(HINTERNET connection, const char* method, const char* path, const std::string& headers,
+             HANDLE file, LONGLONG length, DWORD ok1, DWORD ok2) {
+  UniqueInternet request(
+      HttpOpenRequestA(connection, method, path, "HTTP/1.1", nullptr, nullptr, kFlags, 1));
+  if (!request || !AddHeader(request.get(), headers)) return Fail("opening a request");
+  INTERNET_BUFFERSA buffers{};
+  buffers.dwStructSize = sizeof(buffers);
+  buffers.dwBufferTotal = static_cast<DWORD>(length);
+  if (!HttpSendRequestExA(request.get(), &buffers, nullptr, 0, 0)) return Fail("sending");
+  char block[kBlock];
+  for (LONGLONG left = length; left > 0;) {
+    DWORD got = 0;
+    const DWORD want = left < kBlock ? static_cast<DWORD>(left) : kBlock;
+    if (!ReadFile(file, block, want, &got, nullptr) || got == 0) return Fail("reading the source");
+    for (DWORD done = 0; done < got;) {
+      DWORD written = 0;
+      if (!InternetWriteFile(request.get(), block + done, got - done, &written) || written == 0)
+        return Fail("writing");
+      done += written;
+    }
+    left -= got;
+  }
+  if (!HttpEndRequestA(request.get(), nullptr, 0, 0)) return Fail("ending");
+  const DWORD status = Status(request.get());
+  if (status != ok1 && status != ok2) {
+    std::fprintf(stderr, "bare_wininet: %s answered %lu\n", method, status);
+    return 1;
+  }
+  return 0;
+}
+
+UniqueFile OpenSource(const char* source, LONGLONG* size) {
+  UniqueFile file(CreateFileA(source, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                              FILE_ATTRIBUTE_NORMAL, nullptr));
+  LARGE_INTEGER value;
+  if (!file || !GetFileSizeEx(file.get(), &value)) return UniqueFile();
+  *size = value.QuadPart;
+  return file;
 }
 
 int Put(HINTERNET connection, const std::string& authorization, const char* path,
         const char* source, double* seconds) {
   LARGE_INTEGER start;
   QueryPerformanceCounter(&start);
-  UniqueFile file(CreateFileA(source, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                              FILE_ATTRIBUTE_NORMAL, nullptr));
-  LARGE_INTEGER size;
-  if (!file || !GetFileSizeEx(file.get(), &size)) return Fail("opening the source");
-  UniqueInternet request(
-      HttpOpenRequestA(connection, "PUT", path, "HTTP/1.1", nullptr, nullptr, kFlags, 1));
-  if (!request || !AddAuthorization(request.get(), authorization)) return Fail("opening the PUT");
-  INTERNET_BUFFERSA buffers{};
-  buffers.dwStructSize = sizeof(buffers);
-  buffers.dwBufferTotal = static_cast<DWORD>(size.QuadPart);
-  if (!HttpSendRequestExA(request.get(), &buffers, nullptr, 0, 0)) return Fail("sending the PUT");
-  char block[kBlock];
-  for (LONGLONG left = size.QuadPart; left > 0;) {
-    DWORD got = 0;
-    if (!ReadFile(file.get(), block, kBlock, &got, nullptr) || got == 0)
-      return Fail("reading the source");
-    for (DWORD done = 0; done < got;) {
-      DWORD written = 0;
-      if (!InternetWriteFile(request.get(), block + done, got - done, &written) || written == 0)
-        return Fail("writing the PUT");
-      done += written;
-    }
-    left -= got;
+  LONGLONG size = 0;
+  UniqueFile file = OpenSource(source, &size);
+  if (!file) return Fail("opening the source");
+  if (int r = SendBody(connection, "PUT", path, authorization, file.get(), size, 201, 204))
+    return r;
+  *seconds = Seconds(start);
+  return 0;
+}
+
+// The lock token of a LOCK answer's "Lock-Token: <token>" header, brackets included.
+std::string LockToken(HINTERNET request) {
+  char value[512] = "Lock-Token";
+  DWORD size = sizeof(value);
+  if (!HttpQueryInfoA(request, HTTP_QUERY_CUSTOM, value, &size, nullptr)) return "";
+  return std::string(value, size);
+}
+
+int PutPieces(HINTERNET connection, const std::string& authorization, const char* path,
+              const char* source, LONGLONG piece, double* seconds) {
+  static const char kLockBody[] =
+      "<?xml version=\"1.0\" encoding=\"utf-8\" ?><D:lockinfo xmlns:D=\"DAV:\"><D:lockscope>"
+      "<D:exclusive/></D:lockscope><D:locktype><D:write/></D:locktype></D:lockinfo>";
+  const std::string common = "Connection: close\r\n" + authorization;
+  LARGE_INTEGER start;
+  QueryPerformanceCounter(&start);
+  LONGLONG size = 0;
+  UniqueFile file = OpenSource(source, &size);
+  if (!file) return Fail("opening the source");
+
+  UniqueInternet lock(
+      HttpOpenRequestA(connection, "LOCK", path, "HTTP/1.1", nullptr, nullptr, kFlags, 1));
+  if (!lock || !AddHeader(lock.get(), common + "Timeout: Second-21600\r\nDepth: 0\r\n") ||
+      !HttpSendRequestA(lock.get(), nullptr, 0, const_cast<char*>(kLockBody),
+                        sizeof(kLockBody) - 1)) {
+    return Fail("LOCK");
   }
-  if (!HttpEndRequestA(request.get(), nullptr, 0, 0)) return Fail("ending the PUT");
-  const DWORD status = Status(request.get());
-  if (status != 201 && status != 204) {
-    std::fprintf(stderr, "bare_wininet: PUT answered %lu\n", status);
-    return 1;
+  const std::string token = LockToken(lock.get());
+  if (Status(lock.get()) != 200 || token.empty()) return Fail("reading the lock token");
+  lock.reset();
+
+  for (LONGLONG offset = 0; offset < size; offset += piece) {
+    const LONGLONG length = size - offset < piece ? size - offset : piece;
+    const std::string range = "Content-Range: bytes " + std::to_string(offset) + "-" +
+                              std::to_string(offset + length - 1) + "/" + std::to_string(size) +
+                              "\r\n";
+    if (int r = SendBody(connection, "PUT", path, common + range + "If: (" + token + ")\r\n",
+                         file.get(), length, 201, 204)) {
+      return r;
+    }
+  }
+
+  UniqueInternet unlock(
+      HttpOpenRequestA(connection, "UNLOCK", path, "HTTP/1.1", nullptr, nullptr, kFlags, 1));
+  if (!unlock || !AddHeader(unlock.get(), common + "Lock-Token: " + token + "\r\n") ||
+      !HttpSendRequestA(unlock.get(), nullptr, 0, nullptr, 0) || Status(unlock.get()) != 204) {
+    return Fail("UNLOCK");
   }
   *seconds = Seconds(start);
   return 0;
@@ -110,7 +167,7 @@ int Get(HINTERNET connection, const std::string& authorization, const char* path
   if (!file) return Fail("creating the target");
   UniqueInternet request(
       HttpOpenRequestA(connection, "GET", path, "HTTP/1.1", nullptr, nullptr, kFlags, 1));
-  if (!request || !AddAuthorization(request.get(), authorization)) return Fail("opening the GET");
+  if (!request || !AddHeader(request.get(), authorization)) return Fail("opening the GET");
   if (!HttpSendRequestA(request.get(), nullptr, 0, nullptr, 0)) return Fail("sending the GET");
   const DWORD status = Status(request.get());
   if (status != 200) {
@@ -133,22 +190,27 @@ int Get(HINTERNET connection, const std::string& authorization, const char* path
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 7) {
-    std::fprintf(stderr, "usage: bare_wininet PORT USER PASSWORD REMOTE_PATH SOURCE TARGET\n");
+  if (argc != 8) {
+    std::fprintf(stderr,
+                 "usage: bare_wininet PORT USER PASSWORD REMOTE_PATH SOURCE TARGET PIECE\n");
     return 2;
   }
   const auto port = static_cast<INTERNET_PORT>(std::atoi(argv[1]));
   const std::string authorization =
-      "Authorization: Basic " + Base64(std::string(argv[2]) + ":" + argv[3]) + "\r\n";
+      "Authorization: Basic " + qbrk::Base64Encode(std::string(argv[2]) + ":" + argv[3]) + "\r\n";
   UniqueInternet session(
       InternetOpenA("bare-wininet", INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));
   if (!session) return Fail("InternetOpenA");
   UniqueInternet connection(InternetConnectA(session.get(), "127.0.0.1", port, nullptr, nullptr,
                                              INTERNET_SERVICE_HTTP, 0, 0));
   if (!connection) return Fail("InternetConnectA");
-  double up = 0, down = 0;
+  const LONGLONG piece = std::atoll(argv[7]);
+  if (piece <= 0) return Fail("reading PIECE");
+  double up = 0, pieces_up = 0, down = 0;
   if (int r = Put(connection.get(), authorization, argv[4], argv[5], &up)) return r;
+  if (int r = PutPieces(connection.get(), authorization, argv[4], argv[5], piece, &pieces_up))
+    return r;
   if (int r = Get(connection.get(), authorization, argv[4], argv[6], &down)) return r;
-  std::printf("up_seconds=%.3f down_seconds=%.3f\n", up, down);
+  std::printf("up_seconds=%.3f pieces_up_seconds=%.3f down_seconds=%.3f\n", up, pieces_up, down);
   return 0;
 }
