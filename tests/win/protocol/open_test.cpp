@@ -37,18 +37,6 @@ TEST_F(WinInetOpenTest, WrongPasswordAsksForSignInUntilTheServerAccepts) {
   ASSERT_TRUE(Settings(Win32Env().registry).ReadCredentials(CredentialKind::kService, &stored));
   EXPECT_EQ(stored.password, kPassword);
   ExpectDisk({});
-
-  // A download whose answer the server cuts short: WinINet reports no error, the length
-  // tells, and the local copy stays as it was.
-  WriteLocal("whole.bin", Pattern(50000));
-  const std::string whole = std::string(kRoot) + "whole.bin";
-  ASSERT_EQ(Upload(session(), LocalPath("whole.bin"), whole), 0u);
-  WriteLocal("local.bin", "the local copy");
-  AddFault("GET " + whole + " cut-response=10000 times=1");
-  FindData item;
-  EXPECT_EQ(Download(session(), whole, LocalPath("local.bin"), &item), 78u);
-  EXPECT_EQ(ReadLocal("local.bin"), "the local copy");
-  ExpectDisk({{"whole.bin", Pattern(50000)}});
 }
 
 TEST_F(WinInetOpenTest, SignInCancelledAndVersionRefused) {
