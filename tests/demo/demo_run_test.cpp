@@ -14,15 +14,10 @@
 #include "demo_settings.h"
 #include "diag/error_log.h"
 #include "emulator/service.h"
-#include "platform/memory/fake_clock.h"
-#include "platform/memory/fake_shell.h"
-#include "platform/memory/memory_file_system.h"
 #include "platform/memory/memory_http_transport.h"
-#include "platform/memory/memory_registry.h"
-#include "platform/memory/memory_string_table.h"
-#include "platform/memory/recording_host_window.h"
 #include "platform/memory/scripted_dial_up.h"
 #include "settings/settings.h"
+#include "tests/unit/settings/twin_env.h"
 
 namespace qbrk::demo {
 namespace {
@@ -50,7 +45,7 @@ class DemoRunTest : public ::testing::Test {
 
     DemoSettings demo{"127.0.0.1", 8080, "taro@example.jp", "secret", kMirror};
     std::string failed;
-    ASSERT_TRUE(WriteDemoSettings(registry_, clock_, demo, &failed)) << failed;
+    ASSERT_TRUE(WriteDemoSettings(twin_.registry, clock_, demo, &failed)) << failed;
     ASSERT_TRUE(settings_.WriteDword("PutUnit", kUnit));
 
     clock_.SetNow(kTwoThousandOne);
@@ -86,7 +81,7 @@ class DemoRunTest : public ::testing::Test {
 
   DemoOutcome Run() {
     lines_.clear();
-    return RunDemo(env_, NetPlatform{http_, dial_up_}, plan_,
+    return RunDemo(twin_.env, NetPlatform{http_, dial_up_}, plan_,
                    [this](const std::string& line) { lines_.push_back(line); });
   }
 
@@ -111,14 +106,10 @@ class DemoRunTest : public ::testing::Test {
 
   std::string data_;
   std::unique_ptr<emulator::Service> service_;
-  FakeClock clock_;
-  MemoryFileSystem files_{clock_};
-  MemoryRegistry registry_;
-  RecordingHostWindow host_;
-  FakeShell shell_{files_};
-  MemoryStringTable strings_;
-  Env env_{files_, registry_, clock_, host_, shell_, strings_};
-  Settings settings_{registry_};
+  testing::TwinEnv twin_;
+  FakeClock& clock_ = twin_.clock;
+  MemoryFileSystem& files_ = twin_.files;
+  Settings settings_{twin_.registry};
   MemoryHttpTransport http_;
   ScriptedDialUp dial_up_;
   DemoPlan plan_;
