@@ -16,6 +16,7 @@
 
 #include "platform/win32/unique_handle.h"
 #include "protocol/base64.h"
+#include "stopwatch.h"
 
 namespace {
 
@@ -28,13 +29,6 @@ constexpr DWORD kFlags = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE;
 int Fail(const char* step) {
   std::fprintf(stderr, "bare_wininet: %s failed (%lu)\n", step, GetLastError());
   return 1;
-}
-
-double Seconds(LARGE_INTEGER start) {
-  LARGE_INTEGER now, frequency;
-  QueryPerformanceCounter(&now);
-  QueryPerformanceFrequency(&frequency);
-  return static_cast<double>(now.QuadPart - start.QuadPart) / frequency.QuadPart;
 }
 
 DWORD Status(HINTERNET request) {
@@ -95,14 +89,13 @@ UniqueFile OpenSource(const char* source, LONGLONG* size) {
 
 int Put(HINTERNET connection, const std::string& authorization, const char* path,
         const char* source, double* seconds) {
-  LARGE_INTEGER start;
-  QueryPerformanceCounter(&start);
+  const Stopwatch stopwatch;
   LONGLONG size = 0;
   UniqueFile file = OpenSource(source, &size);
   if (!file) return Fail("opening the source");
   if (int r = SendBody(connection, "PUT", path, authorization, file.get(), size, 201, 204))
     return r;
-  *seconds = Seconds(start);
+  *seconds = stopwatch.Seconds();
   return 0;
 }
 
@@ -120,8 +113,7 @@ int PutPieces(HINTERNET connection, const std::string& authorization, const char
       "<?xml version=\"1.0\" encoding=\"utf-8\" ?><D:lockinfo xmlns:D=\"DAV:\"><D:lockscope>"
       "<D:exclusive/></D:lockscope><D:locktype><D:write/></D:locktype></D:lockinfo>";
   const std::string common = "Connection: close\r\n" + authorization;
-  LARGE_INTEGER start;
-  QueryPerformanceCounter(&start);
+  const Stopwatch stopwatch;
   LONGLONG size = 0;
   UniqueFile file = OpenSource(source, &size);
   if (!file) return Fail("opening the source");
@@ -154,14 +146,13 @@ int PutPieces(HINTERNET connection, const std::string& authorization, const char
       !HttpSendRequestA(unlock.get(), nullptr, 0, nullptr, 0) || Status(unlock.get()) != 204) {
     return Fail("UNLOCK");
   }
-  *seconds = Seconds(start);
+  *seconds = stopwatch.Seconds();
   return 0;
 }
 
 int Get(HINTERNET connection, const std::string& authorization, const char* path,
         const char* target, double* seconds) {
-  LARGE_INTEGER start;
-  QueryPerformanceCounter(&start);
+  const Stopwatch stopwatch;
   UniqueFile file(CreateFileA(target, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                               FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return Fail("creating the target");
@@ -183,7 +174,7 @@ int Get(HINTERNET connection, const std::string& authorization, const char* path
     if (!WriteFile(file.get(), block, got, &written, nullptr) || written != got)
       return Fail("writing the target");
   }
-  *seconds = Seconds(start);
+  *seconds = stopwatch.Seconds();
   return 0;
 }
 
