@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "diag/error_log.h"
+#include "platform/win32/unique_handle.h"
 #include "platform/win32/win32_env.h"
 #include "platform/win32/win32_net.h"
 #include "platform/win32/wininet_transport.h"
@@ -27,8 +28,8 @@ uint16_t PortFrom(const char* variable) {
 // Every file and folder below `folder` (with its trailing backslash), named from `prefix`.
 void ReadTree(const std::string& folder, const std::string& prefix, Tree* tree) {
   WIN32_FIND_DATAA data;
-  HANDLE find = FindFirstFileA((folder + "*").c_str(), &data);
-  if (find == INVALID_HANDLE_VALUE) return;
+  UniqueFind find(FindFirstFileA((folder + "*").c_str(), &data));
+  if (!find) return;
   do {
     const std::string name = data.cFileName;
     if (name == "." || name == "..") continue;
@@ -41,14 +42,13 @@ void ReadTree(const std::string& folder, const std::string& prefix, Tree* tree) 
       content << in.rdbuf();
       (*tree)[prefix + name] = content.str();
     }
-  } while (FindNextFileA(find, &data));
-  FindClose(find);
+  } while (FindNextFileA(find.get(), &data));
 }
 
 void RemoveTree(const std::string& folder) {
   WIN32_FIND_DATAA data;
-  HANDLE find = FindFirstFileA((folder + "*").c_str(), &data);
-  if (find != INVALID_HANDLE_VALUE) {
+  UniqueFind find(FindFirstFileA((folder + "*").c_str(), &data));
+  if (find) {
     do {
       const std::string name = data.cFileName;
       if (name == "." || name == "..") continue;
@@ -59,8 +59,7 @@ void RemoveTree(const std::string& folder) {
         SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
         DeleteFileA(path.c_str());
       }
-    } while (FindNextFileA(find, &data));
-    FindClose(find);
+    } while (FindNextFileA(find.get(), &data));
   }
   RemoveDirectoryA(folder.c_str());
 }
@@ -107,11 +106,8 @@ void ProtocolScenario::TearDown() {
   if (!temp_.empty()) {
     // Spooled answers and downloads in progress are deleted on every path.
     WIN32_FIND_DATAA data;
-    HANDLE find = FindFirstFileA((temp_ + "qbk*").c_str(), &data);
-    if (find != INVALID_HANDLE_VALUE) {
+    if (UniqueFind(FindFirstFileA((temp_ + "qbk*").c_str(), &data)))
       ADD_FAILURE() << "temporary file left behind: " << data.cFileName;
-      FindClose(find);
-    }
     SetEnvironmentVariableA("TMP", saved_tmp_.empty() ? nullptr : saved_tmp_.c_str());
     RemoveTree(temp_);
   }
