@@ -52,6 +52,29 @@ bool EndsWithSingleByte(std::string_view text, char c) {
   return !text.empty() && FindLastSingleByte(text, c) == text.size() - 1;
 }
 
+std::string FoldCase(std::string_view text) {
+  std::string out(text);
+  for (size_t i = 0; i < out.size(); ++i) {
+    const unsigned char lead = static_cast<unsigned char>(out[i]);
+    if (!IsLeadByte(lead)) {
+      if (lead >= 'A' && lead <= 'Z') out[i] = static_cast<char>(lead - 'A' + 'a');
+      continue;
+    }
+    if (i + 1 >= out.size()) break;
+    const unsigned char trail = static_cast<unsigned char>(out[++i]);
+    if (lead == 0x82 && trail >= 0x60 && trail <= 0x79) {  // full-width A..Z -> a..z
+      out[i] = static_cast<char>(trail + 0x21);
+    } else if (lead == 0x83 && trail >= 0x9F && trail <= 0xB6) {  // Greek capitals
+      out[i] = static_cast<char>(trail + 0x20);
+    } else if (lead == 0x84 && trail >= 0x40 && trail <= 0x60) {  // Cyrillic capitals
+      unsigned lower = 0x70 + (trail - 0x40);
+      if (lower >= 0x7F) ++lower;  // 0x7F is never a trail byte
+      out[i] = static_cast<char>(lower);
+    }
+  }
+  return out;
+}
+
 bool EqualsIgnoringAsciiCase(std::string_view a, std::string_view b) {
   return a.size() == b.size() && LowerAscii(a) == LowerAscii(b);
 }

@@ -27,7 +27,13 @@ std::string UpperAscii(std::string_view text);
 // True when `text` ends with a single-byte `c` (a trail byte of that value does not count).
 bool EndsWithSingleByte(std::string_view text, char c);
 
-// Equality ignoring ASCII case, double-byte aware (the file system's name comparison).
+// The case-insensitive form of a name as the file system compares names: ASCII letters and
+// the double-byte full-width Latin, Greek and Cyrillic capitals of code page 932 become small
+// letters. (Windows folds by Unicode; these are the cased letters of code page 932 a name is
+// likely to hold. Roman numerals and the duplicate NEC/IBM encodings are left as they are.)
+std::string FoldCase(std::string_view text);
+
+// Equality ignoring ASCII case, double-byte aware.
 bool EqualsIgnoringAsciiCase(std::string_view a, std::string_view b);
 
 }  // namespace qbrk

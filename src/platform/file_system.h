@@ -74,6 +74,8 @@ class File {
   virtual SysError GetTimes(uint64_t* creation, uint64_t* last_access, uint64_t* last_write) = 0;
   // Cuts or extends the file at the current position.
   virtual SysError SetEnd() = 0;
+  // FlushFileBuffers: what was written is on the disk when this returns 0.
+  virtual SysError Flush() = 0;
 };
 
 // An open folder search. Destruction closes it.
@@ -105,6 +107,10 @@ class FileSystem {
   virtual SysError RemoveFile(const std::string& path) = 0;
   // MoveFileA: fails with 183 when the target exists.
   virtual SysError Rename(const std::string& from, const std::string& to) = 0;
+  // MoveFileExA with MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH: puts `from` in the
+  // place of `to` in one step, so that `to` is at every moment either the old file or the
+  // new one. Within one folder this is atomic. 5 when `to` is read-only or a folder.
+  virtual SysError RenameReplacing(const std::string& from, const std::string& to) = 0;
   // GetTempPathA: the temporary folder, ending with a backslash.
   virtual SysError TempFolder(std::string* path) = 0;
   // GetTempFileNameA with a system-chosen number: creates an empty file and names it.

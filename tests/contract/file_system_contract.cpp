@@ -349,6 +349,55 @@ TEST_P(FileSystemContract, RenameRefusesAnExistingTargetAndMovesAcrossFolders) {
   // A rename that only changes case keeps the old spelling under Wine; not tested.
 }
 
+TEST_P(FileSystemContract, RenameReplacingPutsTheNewFileInPlaceOrLeavesTheOldOne) {
+  Write(At("new.txt"), "new");
+  Write(At("old.txt"), "old");
+  ASSERT_EQ(fs().RenameReplacing(At("new.txt"), At("old.txt")), e::kSuccess);
+  EXPECT_EQ(Read(At("old.txt")), "new");
+  EXPECT_EQ(Attributes(At("new.txt")), file_attr::kInvalid);
+  // Into a free name it is a plain move.
+  ASSERT_EQ(fs().RenameReplacing(At("old.txt"), At("free.txt")), e::kSuccess);
+  EXPECT_EQ(Read(At("free.txt")), "new");
+
+  EXPECT_EQ(fs().RenameReplacing(At("none.txt"), At("free.txt")), e::kFileNotFound);
+  EXPECT_EQ(fs().RenameReplacing(At("free.txt"), At("missing\\x.txt")), e::kPathNotFound);
+  // A read-only target and a folder are never replaced; the old content stays.
+  Write(At("next.txt"), "next");
+  ASSERT_EQ(fs().SetAttributes(At("free.txt"), file_attr::kReadOnly), e::kSuccess);
+  EXPECT_EQ(fs().RenameReplacing(At("next.txt"), At("free.txt")), e::kAccessDenied);
+  EXPECT_EQ(Read(At("free.txt")), "new");
+  EXPECT_EQ(Read(At("next.txt")), "next");
+  ASSERT_EQ(fs().MakeDirectory(At("dir")), e::kSuccess);
+  EXPECT_EQ(fs().RenameReplacing(At("next.txt"), At("dir")), e::kAccessDenied);
+  EXPECT_EQ(Read(At("next.txt")), "next");
+  ASSERT_EQ(fs().SetAttributes(At("free.txt"), file_attr::kNormal), e::kSuccess);
+  // A source held open without delete sharing cannot move.
+  std::unique_ptr<File> held;
+  ASSERT_EQ(Open(At("next.txt"), kR, kShareRW, Disposition::kOpenExisting, &held), e::kSuccess);
+  EXPECT_EQ(fs().RenameReplacing(At("next.txt"), At("free.txt")), e::kSharingViolation);
+  held.reset();
+  // The attributes travel with the moved file.
+  ASSERT_EQ(fs().SetAttributes(At("next.txt"), file_attr::kHidden | file_attr::kSystem),
+            e::kSuccess);
+  ASSERT_EQ(fs().RenameReplacing(At("next.txt"), At("free.txt")), e::kSuccess);
+  EXPECT_EQ(Attributes(At("free.txt")), file_attr::kHidden | file_attr::kSystem);
+  EXPECT_EQ(Read(At("free.txt")), "next");
+}
+
+TEST_P(FileSystemContract, FlushNeedsWriteAccess) {
+  const std::string path = At("flushed.txt");
+  Write(path, "x");
+  std::unique_ptr<File> file;
+  ASSERT_EQ(Open(path, kW, file_share::kNone, Disposition::kOpenExisting, &file), e::kSuccess);
+  ASSERT_EQ(file->Write("yz", 2), e::kSuccess);
+  EXPECT_EQ(file->Flush(), e::kSuccess);
+  file.reset();
+  ASSERT_EQ(Open(path, kR, kShareR, Disposition::kOpenExisting, &file), e::kSuccess);
+  EXPECT_EQ(file->Flush(), e::kAccessDenied);
+  file.reset();
+  EXPECT_EQ(Read(path), "yz");
+}
+
 TEST_P(FileSystemContract, SearchesListDotEntriesAndMatchMasks) {
   for (const char* name : {"a", "ab", "a.txt", "b.TXT", "noext", "x.txt.bak", "c.tx"})
     Write(At(name), "");

@@ -41,32 +41,8 @@ size_t CountCharacters(const std::string& text) {
   return count;
 }
 
-// The file system's case-insensitive form of a name: ASCII letters and the double-byte
-// full-width Latin, Greek and Cyrillic capitals of code page 932 become small letters.
-// (Windows folds by Unicode; these are the cased letters of code page 932 a name is likely
-// to hold. Roman numerals and the duplicate NEC/IBM encodings are left as they are.)
-std::string FoldName(const std::string& name) {
-  std::string out = name;
-  for (size_t i = 0; i < out.size(); ++i) {
-    const unsigned char lead = static_cast<unsigned char>(out[i]);
-    if (!IsLeadByte(lead)) {
-      if (lead >= 'A' && lead <= 'Z') out[i] = static_cast<char>(lead - 'A' + 'a');
-      continue;
-    }
-    if (i + 1 >= out.size()) break;
-    const unsigned char trail = static_cast<unsigned char>(out[++i]);
-    if (lead == 0x82 && trail >= 0x60 && trail <= 0x79) {  // Ａ..Ｚ -> ａ..ｚ
-      out[i] = static_cast<char>(trail + 0x21);
-    } else if (lead == 0x83 && trail >= 0x9F && trail <= 0xB6) {  // Α..Ω -> α..ω
-      out[i] = static_cast<char>(trail + 0x20);
-    } else if (lead == 0x84 && trail >= 0x40 && trail <= 0x60) {  // А..Я -> а..я
-      unsigned lower = 0x70 + (trail - 0x40);
-      if (lower >= 0x7F) ++lower;  // 0x7F is never a trail byte
-      out[i] = static_cast<char>(lower);
-    }
-  }
-  return out;
-}
+// The file system's case-insensitive form of a name.
+std::string FoldName(const std::string& name) { return FoldCase(name); }
 
 // A name cut into its characters (one or two bytes each).
 std::vector<std::string> Characters(const std::string& text) {
@@ -245,6 +221,7 @@ class MemoryFileSystem::OpenFileImpl final : public File {
   SysError SetTimes(const uint64_t* creation, const uint64_t* last_access,
                     const uint64_t* last_write) override {
     if (!(opened_.access & file_access::kWrite)) return sys_error::kAccessDenied;
+    if (SysError e = fs_.InjectedFault(Op::kSetTimes, node_->name)) return e;
     if (creation) node_->creation_time = *creation;
     if (last_access) node_->last_access_time = *last_access;
     if (last_write) node_->last_write_time = *last_write;
@@ -262,6 +239,11 @@ class MemoryFileSystem::OpenFileImpl final : public File {
     if (!(opened_.access & file_access::kWrite)) return sys_error::kAccessDenied;
     node_->data.resize(position_);
     return sys_error::kSuccess;
+  }
+
+  SysError Flush() override {
+    if (!(opened_.access & file_access::kWrite)) return sys_error::kAccessDenied;
+    return fs_.InjectedFault(Op::kFlush, node_->name);
   }
 
  private:
@@ -526,6 +508,32 @@ SysError MemoryFileSystem::Rename(const std::string& from, const std::string& to
   // Renaming to another case of the same name is allowed; any other existing target is not.
   if (existing != to_parent->children.end() && existing->second != node)
     return sys_error::kAlreadyExists;
+  from_parent->children.erase(it);
+  node->name = to_name;
+  to_parent->children[to_key] = node;
+  return sys_error::kSuccess;
+}
+
+SysError MemoryFileSystem::RenameReplacing(const std::string& from, const std::string& to) {
+  if (SysError e = InjectedFault(Op::kRenameReplacing, from)) return e;
+  std::string from_name, to_name;
+  SysError error = 0;
+  NodePtr from_parent = ResolveParent(from, &from_name, &error);
+  if (!from_parent) return error;
+  auto it = from_parent->children.find(FoldName(from_name));
+  if (it == from_parent->children.end()) return sys_error::kFileNotFound;
+  NodePtr node = it->second;
+  if (BlocksDeletion(*node)) return sys_error::kSharingViolation;
+  NodePtr to_parent = ResolveParent(to, &to_name, &error);
+  if (!to_parent) return error;
+  const std::string to_key = FoldName(to_name);
+  auto existing = to_parent->children.find(to_key);
+  if (existing != to_parent->children.end() && existing->second != node) {
+    const Node& target = *existing->second;
+    if (target.directory || node->directory || (target.attributes & file_attr::kReadOnly))
+      return sys_error::kAccessDenied;
+    if (BlocksDeletion(target)) return sys_error::kAccessDenied;
+  }
   from_parent->children.erase(it);
   node->name = to_name;
   to_parent->children[to_key] = node;

@@ -18,8 +18,8 @@ class MemoryFileSystem final : public FileSystem {
  public:
   // Operations a test can make fail (see set_fault).
   enum class Op { kOpen, kFind, kGetAttributes, kSetAttributes, kMakeDirectory,
-                  kRemoveDirectory, kRemoveFile, kRename, kRead, kWrite, kTempFolder,
-                  kMakeTempFile };
+                  kRemoveDirectory, kRemoveFile, kRename, kRenameReplacing, kRead, kWrite,
+                  kFlush, kSetTimes, kTempFolder, kMakeTempFile };
   using Fault = std::function<SysError(Op op, const std::string& path)>;
 
   // Times of new and written files come from `clock`. Drive C: exists, with C:\TEMP\ as the
@@ -37,6 +37,7 @@ class MemoryFileSystem final : public FileSystem {
   SysError RemoveEmptyDirectory(const std::string& path) override;
   SysError RemoveFile(const std::string& path) override;
   SysError Rename(const std::string& from, const std::string& to) override;
+  SysError RenameReplacing(const std::string& from, const std::string& to) override;
   SysError TempFolder(std::string* path) override;
   SysError MakeTempFile(const std::string& folder, const std::string& prefix,
                         std::string* path) override;

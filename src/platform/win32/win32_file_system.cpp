@@ -101,6 +101,11 @@ class Win32File final : public File {
     return sys_error::kSuccess;
   }
 
+  SysError Flush() override {
+    if (!FlushFileBuffers(handle_.get())) return LastError();
+    return sys_error::kSuccess;
+  }
+
  private:
   UniqueFile handle_;
 };
@@ -170,6 +175,12 @@ SysError Win32FileSystem::RemoveFile(const std::string& path) {
 
 SysError Win32FileSystem::Rename(const std::string& from, const std::string& to) {
   if (!MoveFileA(from.c_str(), to.c_str())) return LastError();
+  return sys_error::kSuccess;
+}
+
+SysError Win32FileSystem::RenameReplacing(const std::string& from, const std::string& to) {
+  if (!MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
+    return LastError();
   return sys_error::kSuccess;
 }
 

@@ -17,6 +17,7 @@ class Win32FileSystem final : public FileSystem {
   SysError RemoveEmptyDirectory(const std::string& path) override;
   SysError RemoveFile(const std::string& path) override;
   SysError Rename(const std::string& from, const std::string& to) override;
+  SysError RenameReplacing(const std::string& from, const std::string& to) override;
   SysError TempFolder(std::string* path) override;
   SysError MakeTempFile(const std::string& folder, const std::string& prefix,
                         std::string* path) override;
