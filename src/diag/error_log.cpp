@@ -96,6 +96,31 @@ bool WriteLogLine(FileSystem& files, Clock& clock, uint32_t number, LogKind kind
   return AppendToCurrentLog(files, {line});
 }
 
+std::string QuoteLoggedPath(std::string_view path) {
+  std::string out;
+  out.reserve(path.size());
+  for (unsigned char c : path) {
+    // None of these bytes can be the trail byte of a double-byte character.
+    if (c < 0x20 || c == '"' || c == '%') {
+      char escaped[4];
+      std::snprintf(escaped, sizeof escaped, "%%%02X", c);
+      out += escaped;
+    } else {
+      out += static_cast<char>(c);
+    }
+  }
+  return out;
+}
+
+bool WriteSkippedNameLine(FileSystem& files, Clock& clock, std::string_view path) {
+  std::string line = "\"";
+  line += LogTimeStamp(clock.LocalNow());
+  line += "\" \"SKIPPED\" \"";
+  line += QuoteLoggedPath(path);
+  line += "\"\r\n";
+  return AppendToCurrentLog(files, {line});
+}
+
 bool AppendToCurrentLog(FileSystem& files, std::initializer_list<std::string_view> pieces) {
   std::string path;
   if (LogPath(files, 0, &path) != result::kSuccess) return false;

@@ -44,6 +44,15 @@ bool RotateLogs(FileSystem& files);
 // the rotation created it; true when written.
 bool WriteLogLine(FileSystem& files, Clock& clock, uint32_t number, LogKind kind);
 
+// Appends "\"d/Mon/yyyy:h:m:s +0900\" \"SKIPPED\" \"path\"\r\n" for a name that synchronization
+// leaves out (a server name that cannot be a local file name, a local name the code page
+// cannot hold). The path is written with QuoteLoggedPath. True when written.
+bool WriteSkippedNameLine(FileSystem& files, Clock& clock, std::string_view path);
+
+// A path as the SKIPPED line carries it: bytes below 0x20, '"' and '%' become %XX (two
+// upper-case hex digits), so that the line stays one quoted field whatever the name holds.
+std::string QuoteLoggedPath(std::string_view path);
+
 // The time stamp "d/Mon/yyyy:h:m:s +0900" of a local time (no zero padding; the zone text
 // is fixed; an impossible month gives an empty month name).
 std::string LogTimeStamp(const CalendarTime& local);
