@@ -1,7 +1,9 @@
 #include "protocol/transfer.h"
 
+#include <cstdio>
 #include <vector>
 
+#include "common/mbcs.h"
 #include "protocol/decimal.h"
 #include "protocol/http_date.h"
 #include "protocol/listing_parser.h"
@@ -22,13 +24,19 @@ ResultCode WriteFailure(SysError error) {
   return error == sys_error::kDiskFull ? result::kLocalDiskFull : result::kDownloadFailed;
 }
 
-ResultCode OldCopyFailure(SysError error) {
+// Why the staged file could not take the target's place.
+ResultCode ReplaceFailure(SysError error) {
   switch (error) {
     case sys_error::kSharingViolation:
     case sys_error::kAccessDenied:
       return result::kLocalFileInUse;
     case sys_error::kFileNotFound:
       return result::kOldCopyNotDeleted;
+    case sys_error::kDiskFull:
+      return result::kLocalDiskFull;
+    case sys_error::kPathNotFound:
+    case sys_error::kFilenameTooLong:
+      return result::kLocalPathTooLong;
     default:
       return result::kDownloadFailed;
   }
@@ -44,6 +52,34 @@ ResultCode MoveFailure(SysError error) {
     default:
       return result::kDownloadFailed;
   }
+}
+
+// Staging names beside the target start with a dot, which both scans skip, so that a file
+// left behind by a crash is never taken for the user's.
+constexpr char kStagingPrefix[] = ".qbk";
+constexpr uint32_t kStagingAttempts = 64;
+
+// A starting number for the staging name, taken from the (unique) temporary file's name.
+uint32_t StagingSeed(const std::string& temp_path) {
+  uint32_t seed = 0;
+  for (unsigned char c : temp_path) seed = seed * 31 + c;
+  return seed;
+}
+
+// Moves the temporary file into the target's folder under a free staging name.
+ResultCode Stage(FileSystem& files, const std::string& temp_path, const std::string& local_path,
+                 std::string* staged) {
+  const size_t slash = FindLastSingleByte(local_path, '\\');
+  const std::string folder = slash == std::string::npos ? std::string() : local_path.substr(0, slash + 1);
+  for (uint32_t n = 0; n < kStagingAttempts; ++n) {
+    char name[32];
+    std::snprintf(name, sizeof name, "%s%x.tmp", kStagingPrefix, (StagingSeed(temp_path) + n) & 0xFFFFF);
+    *staged = folder + name;
+    const SysError e = files.Rename(temp_path, *staged);
+    if (e == sys_error::kSuccess) return result::kSuccess;
+    if (e != sys_error::kAlreadyExists && e != sys_error::kFileExists) return MoveFailure(e);
+  }
+  return result::kDownloadFailed;
 }
 
 // Reads the answer's headers into the listing item.
@@ -80,32 +116,61 @@ ResultCode ReceiveBody(ServerSession& session, File& temp) {
   }
 }
 
-// Puts the finished temporary file in the place of the local file.
-ResultCode ReplaceLocalFile(FileSystem& files, const std::string& temp_path,
-                            const std::string& local_path) {
-  uint32_t attributes = 0;
-  if (files.GetAttributes(local_path, &attributes) == 0) {
-    files.SetAttributes(local_path, file_attr::kNormal);
-    if (SysError e = files.RemoveFile(local_path)) return OldCopyFailure(e);
-  }
-  if (SysError e = files.Rename(temp_path, local_path)) return MoveFailure(e);
-  return result::kSuccess;
-}
-
 }  // namespace
+
+ResultCode InstallDownload(FileSystem& files, const std::string& temp_path,
+                           const std::string& local_path, Placement placement, bool* occupied) {
+  if (occupied) *occupied = false;
+  std::string staged;
+  if (ResultCode r = Stage(files, temp_path, local_path, &staged)) {
+    files.RemoveFile(temp_path);
+    return r;
+  }
+  ResultCode r = result::kSuccess;
+  if (placement == Placement::kOnlyIfAbsent) {
+    // A plain move refuses an existing target in the same step that would create it.
+    const SysError e = files.Rename(staged, local_path);
+    if (e == sys_error::kAlreadyExists || e == sys_error::kFileExists) {
+      if (occupied) *occupied = true;
+    } else if (e != sys_error::kSuccess) {
+      r = MoveFailure(e);
+    } else {
+      return result::kSuccess;
+    }
+  } else {
+    // A read-only file cannot be replaced; it gives up the attribute only for the swap.
+    uint32_t attributes = 0;
+    const bool existed = files.GetAttributes(local_path, &attributes) == sys_error::kSuccess;
+    if (existed && (attributes & file_attr::kReadOnly))
+      files.SetAttributes(local_path, attributes & ~file_attr::kReadOnly);
+    const SysError e = files.RenameReplacing(staged, local_path);
+    if (e == sys_error::kSuccess) return result::kSuccess;
+    if (existed && (attributes & file_attr::kReadOnly)) files.SetAttributes(local_path, attributes);
+    r = ReplaceFailure(e);
+  }
+  files.RemoveFile(staged);
+  return r;
+}
 
 ResultCode Download(ServerSession& session, const std::string& path, const std::string& local_path,
                     FindData* item) {
+  std::string temp_path;
+  if (ResultCode r = DownloadToTemp(session, path, &temp_path, item)) return r;
+  return InstallDownload(session.env().files, temp_path, local_path, Placement::kReplace);
+}
+
+ResultCode DownloadToTemp(ServerSession& session, const std::string& path, std::string* temp_path,
+                          FindData* item) {
   FileSystem& files = session.env().files;
-  std::string folder, temp_path;
+  std::string folder;
   if (SysError e = files.TempFolder(&folder)) return TempFileFailure(e);
-  if (SysError e = files.MakeTempFile(folder, kTempFilePrefix, &temp_path))
+  if (SysError e = files.MakeTempFile(folder, kTempFilePrefix, temp_path))
     return TempFileFailure(e);
 
   ResultCode r = result::kSuccess;
   {
     std::unique_ptr<File> temp;
-    if (files.OpenFile(temp_path, file_access::kWrite, file_share::kNone,
+    if (files.OpenFile(*temp_path, file_access::kWrite, file_share::kNone,
                        Disposition::kCreateAlways, &temp) != 0)
       r = result::kDownloadFailed;
     if (r == result::kSuccess)
@@ -117,8 +182,7 @@ ResultCode Download(ServerSession& session, const std::string& path, const std::
     }
     session.CloseRequest();
   }
-  if (r == result::kSuccess) r = ReplaceLocalFile(files, temp_path, local_path);
-  if (r != result::kSuccess) files.RemoveFile(temp_path);
+  if (r != result::kSuccess) files.RemoveFile(*temp_path);
   return r;
 }
 

@@ -95,18 +95,48 @@ TEST_F(DownloadTest, LocalErrorsMapToTheirCodes) {
     return op == MemoryFileSystem::Op::kMakeTempFile ? sys_error::kAccessDenied : 0;
   });
   EXPECT_EQ(Download(session, "/r/a.txt", "C:\\m\\a.txt", nullptr), 44u);
-  files_.set_fault([](MemoryFileSystem::Op op, const std::string& path) {
-    return op == MemoryFileSystem::Op::kRemoveFile && path == "C:\\m\\a.txt"
-               ? sys_error::kFileNotFound
-               : 0;
-  });
   ASSERT_TRUE(files_.WriteWholeFile("C:\\m\\a.txt", "old"));
-  http_.Script(200, "", "data");
-  EXPECT_EQ(Download(session, "/r/a.txt", "C:\\m\\a.txt", nullptr), 98u);
+  for (const auto& [error, code] : std::vector<std::pair<SysError, ResultCode>>{
+           {sys_error::kFileNotFound, 98}, {sys_error::kDiskFull, 93},
+           {sys_error::kSharingViolation, 94}, {sys_error::kAccessDenied, 94},
+           {sys_error::kFilenameTooLong, 91}, {sys_error::kInvalidParameter, 44}}) {
+    files_.set_fault([error = error](MemoryFileSystem::Op op, const std::string&) {
+      return op == MemoryFileSystem::Op::kRenameReplacing ? error : 0;
+    });
+    http_.Script(200, "", "data");
+    EXPECT_EQ(Download(session, "/r/a.txt", "C:\\m\\a.txt", nullptr), code) << error;
+    // Whatever went wrong, the old file is whole and nothing is left beside it.
+    EXPECT_EQ(Content("C:\\m\\a.txt"), "old");
+    EXPECT_EQ(files_.List("C:\\m"), std::vector<std::string>{"C:\\m\\a.txt"});
+  }
   files_.set_fault(nullptr);
 
   http_.Script(200, "", "data");  // the local folder is missing
   EXPECT_EQ(Download(session, "/r/a.txt", "C:\\missing\\a.txt", nullptr), 91u);
+  EXPECT_EQ(TempFiles(), 0u);
+}
+
+TEST_F(DownloadTest, PlacingOnlyIfAbsentNeverOverwritesAFileThatAppeared) {
+  ServerSession& session = Session();
+  std::string temp;
+  http_.Script(200, "", "new");
+  ASSERT_EQ(DownloadToTemp(session, "/r/a.txt", &temp, nullptr), 0u);
+  EXPECT_EQ(Content(temp), "new");
+  ASSERT_TRUE(files_.WriteWholeFile("C:\\m\\a.txt", "made meanwhile"));
+  bool occupied = false;
+  EXPECT_EQ(InstallDownload(files_, temp, "C:\\m\\a.txt", Placement::kOnlyIfAbsent, &occupied),
+            0u);
+  EXPECT_TRUE(occupied);
+  EXPECT_EQ(Content("C:\\m\\a.txt"), "made meanwhile");
+  EXPECT_EQ(files_.List("C:\\m"), std::vector<std::string>{"C:\\m\\a.txt"});
+  EXPECT_EQ(TempFiles(), 0u);
+
+  http_.Script(200, "", "new");
+  ASSERT_EQ(DownloadToTemp(session, "/r/b.txt", &temp, nullptr), 0u);
+  EXPECT_EQ(InstallDownload(files_, temp, "C:\\m\\b.txt", Placement::kOnlyIfAbsent, &occupied),
+            0u);
+  EXPECT_FALSE(occupied);
+  EXPECT_EQ(Content("C:\\m\\b.txt"), "new");
   EXPECT_EQ(TempFiles(), 0u);
 }
 
