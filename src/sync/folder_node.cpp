@@ -1,0 +1,158 @@
+#include "sync/folder_node.h"
+
+#include <cstring>
+
+namespace qbrk {
+
+namespace {
+
+// Lists up to this size are searched directly; an index costs more than it saves there.
+constexpr size_t kIndexThreshold = 16;
+
+uint32_t CompareTimes(uint64_t mine, uint64_t theirs, uint32_t earlier, uint32_t later) {
+  if (mine < theirs) return earlier;
+  if (mine > theirs) return later;
+  return 0;
+}
+
+uint32_t CompareSizes(const FileRecord& mine, const FileRecord& theirs) {
+  // The high halves first, then the low halves, both unsigned: the record's own order.
+  if (mine.size() > theirs.size()) return compare::kLarger;
+  if (mine.size() < theirs.size()) return compare::kSmaller;
+  return 0;
+}
+
+}  // namespace
+
+uint64_t HashName(std::string_view name) {
+  uint64_t hash = 14695981039346656037ULL;
+  for (unsigned char c : name) {
+    hash ^= c;
+    hash *= 1099511628211ULL;
+  }
+  return hash ^ (hash >> 29);
+}
+
+uint32_t FileEntry::CompareLocal(const FileEntry* other) const {
+  if (!other || !other->record_ || !record_) return compare::kNoRecord;
+  uint32_t bits = name() == other->name() ? 0 : compare::kName;
+  bits |= CompareTimes(record_.local_time(), other->record_.local_time(), compare::kTimeLow,
+                       compare::kTimeHigh);
+  return bits | CompareSizes(record_, other->record_);
+}
+
+uint32_t FileEntry::CompareServer(const FileEntry* other) const {
+  if (!other || !other->record_ || !record_) return compare::kNoRecord;
+  uint32_t bits = name() == other->name() ? 0 : compare::kName;
+  bits |= CompareTimes(record_.server_time(), other->record_.server_time(), compare::kTimeHigh,
+                       compare::kTimeLow);
+  return bits | CompareSizes(record_, other->record_);
+}
+
+void FolderNode::Destroy() {
+  file_index_.Clear();
+  folder_index_.Clear();
+  for (auto* node = files_.head(); node; node = node->next) delete node->item;
+  for (auto* node = folders_.head(); node; node = node->next) delete node->item;
+  files_.RemoveAll();
+  folders_.RemoveAll();
+}
+
+FileEntry* FolderNode::AddFile(FileEntry* entry) {
+  if (!entry) return nullptr;
+  entry->position_ = files_.AddTail(entry);
+  if (!entry->position_) {
+    delete entry;
+    return nullptr;
+  }
+  if (file_index_.active()) file_index_.Insert(entry);
+  return entry;
+}
+
+FolderNode* FolderNode::AddFolder(FolderNode* child) {
+  if (!child) return nullptr;
+  child->position_ = folders_.AddTail(child);
+  if (!child->position_) {
+    delete child;
+    return nullptr;
+  }
+  if (folder_index_.active()) folder_index_.Insert(child);
+  return child;
+}
+
+template <typename Index, typename List>
+void FolderNode::Refresh(Index& index, const List& list) {
+  if (index.active() && !index.stale()) return;
+  if (list.size() <= kIndexThreshold) {
+    index.Clear();  // a stale index must not answer; the short list is searched instead
+    return;
+  }
+  if (!index.Reserve(list.size())) return;
+  for (auto* node = list.head(); node; node = node->next) {
+    if (!index.Insert(node->item)) return;
+  }
+}
+
+FileEntry* FolderNode::FindFile(const char* name) const {
+  if (!name) return files_.empty() ? nullptr : files_.head()->item;
+  return FindFile(std::string_view(name, std::strlen(name)));
+}
+
+FileEntry* FolderNode::FindFile(std::string_view name) const {
+  Refresh(file_index_, files_);
+  if (file_index_.active()) return file_index_.Find(name);
+  for (auto* node = files_.head(); node; node = node->next)
+    if (node->item->name() == name) return node->item;
+  return nullptr;
+}
+
+FolderNode* FolderNode::FindFolder(const char* name) const {
+  if (!name) return folders_.empty() ? nullptr : folders_.head()->item;
+  return FindFolder(std::string_view(name, std::strlen(name)));
+}
+
+FolderNode* FolderNode::FindFolder(std::string_view name) const {
+  Refresh(folder_index_, folders_);
+  if (folder_index_.active()) return folder_index_.Find(name);
+  for (auto* node = folders_.head(); node; node = node->next)
+    if (node->item->name_ == name) return node->item;
+  return nullptr;
+}
+
+FileEntry* FolderNode::NextFile(const FileEntry* entry) {
+  if (!entry || !entry->position_ || !entry->position_->next) return nullptr;
+  return entry->position_->next->item;
+}
+
+FolderNode* FolderNode::NextFolder(const FolderNode* node) {
+  if (!node || !node->position_ || !node->position_->next) return nullptr;
+  return node->position_->next->item;
+}
+
+const std::vector<std::string>& FolderNode::left_out() const {
+  static const std::vector<std::string> kNone;
+  return left_out_ ? *left_out_ : kNone;
+}
+
+void FolderNode::AddLeftOut(std::string name) {
+  if (!left_out_) left_out_ = std::make_unique<std::vector<std::string>>();
+  left_out_->push_back(std::move(name));
+}
+
+std::unique_ptr<FileEntry> FolderNode::RemoveFile(FileEntry* entry) {
+  if (!entry || !entry->position_) return nullptr;
+  file_index_.Erase(entry);
+  files_.RemoveAt(entry->position_);
+  entry->position_ = nullptr;
+  return std::unique_ptr<FileEntry>(entry);
+}
+
+std::unique_ptr<FolderNode> FolderNode::RemoveFolder(FolderNode* child) {
+  if (!child || !child->position_) return nullptr;
+  folder_index_.Erase(child);
+  folders_.RemoveAt(child->position_);
+  child->position_ = nullptr;
+  return std::unique_ptr<FolderNode>(child);
+}
+
+}  // namespace qbrk

@@ -1,0 +1,59 @@
+#include "sync/sync_run.h"
+
+#include "protocol/server_session.h"
+#include "sync/execution.h"
+#include "sync/planning.h"
+#include "sync/table_format.h"
+
+namespace qbrk {
+
+std::string TableFilePath(const std::string& data_folder) {
+  return data_folder + "\\" + kTableFileName;
+}
+
+ResultCode BuildPlan(SyncContext& context, SyncTable* recorded, SyncTable* plan) {
+  if (!recorded || !plan || !context.session) return result::kGeneralFailure;
+  SyncTable local(context.env);
+  SyncTable server(context.env, context.session);
+  if (ResultCode r = local.ScanLocalFolder(context.mirror, "")) return r;
+  if (context.IsCancelled()) return result::kCancelled;
+  if (ResultCode r = server.ScanServerFolder("", "")) return r;
+  if (context.IsCancelled()) return result::kCancelled;
+  // A missing or unreadable record leaves the tree empty: everything counts as new.
+  recorded->LoadTableFile(context.table_path);
+  if (ResultCode r = PlanLocalSide(&local, recorded, plan)) return r;
+  recorded->ReplaceRoot(nullptr);
+  recorded->LoadTableFile(context.table_path);
+  if (ResultCode r = PlanServerSide(&server, recorded, plan)) return r;
+  return MergeMarks(plan);
+}
+
+ResultCode ExecuteResolvedPlan(SyncContext& context, SyncTable* recorded, SyncTable* plan) {
+  const std::string& server_root = context.session ? context.session->disk_root() : "";
+  ResultCode r =
+      ExecutePlan(&context, context.mirror, server_root, plan, recorded, kPassDeletions);
+  if (r == result::kSuccess)
+    r = ExecutePlan(&context, context.mirror, server_root, plan, recorded, kPassTransfers);
+  return r;
+}
+
+ResultCode RunSynchronization(SyncContext& context, SyncTable* recorded, SyncTable* plan,
+                              SyncStatistics* statistics,
+                              const std::function<void(const SyncStatistics&)>& on_resolved) {
+  if (!recorded || !plan || !statistics) return result::kGeneralFailure;
+  if (!plan->root()) {
+    if (ResultCode r = BuildPlan(context, recorded, plan)) return r;
+  }
+  recorded->set_connection(context.session);
+  if (!recorded->EnsureRoot()) return result::kGeneralFailure;
+  if (context.IsCancelled()) return result::kCancelled;
+  ResultCode r = ResolveChoices(&context, plan, statistics);
+  if (r == result::kSuccess) {
+    if (on_resolved) on_resolved(*statistics);
+    r = ExecuteResolvedPlan(context, recorded, plan);
+  }
+  recorded->SaveTableFile(context.table_path);
+  return r;
+}
+
+}  // namespace qbrk
