@@ -50,6 +50,7 @@ uint64_t FileTimeOf(time_t seconds) {
 
 uint32_t ScriptedPrompt::Ask(ChoiceQuestion question, const std::string& name) {
   asked.emplace_back(question, name);
+  if (on_ask) on_ask();
   if (answers.empty()) {
     ADD_FAILURE() << "unexpected question " << static_cast<uint32_t>(question) << " for " << name;
     return answer::kCancel;
@@ -137,40 +138,45 @@ FindData SyncScenario::LocalFind(const std::string& path) {
 
 std::string SyncScenario::TablePath() const { return TableFilePath(kDataFolder); }
 
-ResultCode SyncScenario::Sync() {
+std::unique_ptr<ServerSession> SyncScenario::OpenSession(DialogLink* link) {
   SessionOptions options;
   options.upload_unit = upload_unit_;
-  ServerSession session(twin_.env, http_, link_, options);
-  if (ResultCode r = session.OpenSession("dav.example.jp", 80, kAccount, kPassword)) return r;
-  session.set_own_owner(kAccount);
-  session.set_disk_root(kDiskRoot);
+  auto session = std::make_unique<ServerSession>(twin_.env, http_, link, options);
+  EXPECT_EQ(session->OpenSession("dav.example.jp", 80, kAccount, kPassword), 0u);
+  session->set_own_owner(kAccount);
+  session->set_disk_root(kDiskRoot);
+  return session;
+}
+
+SyncContext SyncScenario::Context(ServerSession& session) {
   SyncContext context(twin_.env);
   context.session = &session;
   context.mirror = kMirror;
   context.link = link_;
   context.prompt = &prompt_;
   context.table_path = TablePath();
+  return context;
+}
+
+ResultCode SyncScenario::Sync() {
+  std::unique_ptr<ServerSession> session = OpenSession(link_);
+  SyncContext context = Context(*session);
   SyncTable recorded(twin_.env);
   SyncTable plan(twin_.env);
   const ResultCode r = RunSynchronization(context, &recorded, &plan, &stats_);
   error_name_ = context.error_name;
-  session.CloseSession();
+  session->CloseSession();
   return r;
 }
 
 bool SyncScenario::HasWork() {
-  ServerSession session(twin_.env, http_, nullptr, SessionOptions{upload_unit_});
-  EXPECT_EQ(session.OpenSession("dav.example.jp", 80, kAccount, kPassword), 0u);
-  session.set_own_owner(kAccount);
-  session.set_disk_root(kDiskRoot);
-  SyncContext context(twin_.env);
-  context.session = &session;
-  context.mirror = kMirror;
-  context.table_path = TablePath();
+  std::unique_ptr<ServerSession> session = OpenSession();
+  SyncContext context = Context(*session);
+  context.link = nullptr;
   SyncTable recorded(twin_.env);
   SyncTable plan(twin_.env);
   EXPECT_EQ(BuildPlan(context, &recorded, &plan), 0u);
-  session.CloseSession();
+  session->CloseSession();
   return HasPendingWork(&plan) != 0;
 }
 

@@ -16,6 +16,7 @@
 
 #include "platform/memory/memory_http_transport.h"
 #include "platform/memory/scripted_dialog_link.h"
+#include "protocol/server_session.h"
 #include "server_side.h"
 #include "settings/twin_env.h"
 #include "sync/choice_prompt.h"
@@ -38,6 +39,8 @@ class ScriptedPrompt final : public ChoicePrompt {
   uint32_t Ask(ChoiceQuestion question, const std::string& name) override;
   std::deque<uint32_t> answers;
   std::vector<std::pair<ChoiceQuestion, std::string>> asked;
+  // Runs before each answer: the user may do something else while a question waits.
+  std::function<void()> on_ask;
 };
 
 class SyncScenario : public ::testing::Test {
@@ -63,6 +66,10 @@ class SyncScenario : public ::testing::Test {
   }
 
   // --- Runs ---
+  // A session on the server side, open and ready, as a connection leaves it.
+  std::unique_ptr<ServerSession> OpenSession(DialogLink* link = nullptr);
+  // A context for one run through `session`, asking `prompt_`.
+  SyncContext Context(ServerSession& session);
   // A whole synchronization with a fresh session, as the synchronize job runs it.
   ResultCode Sync();
   // Plans again with a fresh session and tells whether there is work.
