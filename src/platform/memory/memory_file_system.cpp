@@ -591,6 +591,22 @@ bool MemoryFileSystem::WriteWholeFile(const std::string& path, const std::string
   return file->Write(content.data(), static_cast<uint32_t>(content.size())) == 0;
 }
 
+bool MemoryFileSystem::AddUnrepresentableFile(const std::string& folder,
+                                              const std::string& reported_name,
+                                              const std::string& content) {
+  SysError error = 0;
+  NodePtr dir = Resolve(folder, &error);
+  if (!dir || !dir->directory) return false;
+  auto node = std::make_shared<Node>();
+  node->name = reported_name;
+  node->attributes = file_attr::kArchive;
+  node->data.assign(content.begin(), content.end());
+  node->creation_time = node->last_access_time = node->last_write_time = clock_.Now();
+  // A key no lookup by a usable name can produce: the true name is not expressible.
+  dir->children[std::string(1, '\0') + reported_name] = node;
+  return true;
+}
+
 bool MemoryFileSystem::ReadWholeFile(const std::string& path, std::string* content) const {
   SysError error = 0;
   NodePtr node = Resolve(path, &error);

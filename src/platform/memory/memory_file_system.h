@@ -53,6 +53,11 @@ class MemoryFileSystem final : public FileSystem {
   // The content of a file, or false.
   bool ReadWholeFile(const std::string& path, std::string* content) const;
   bool Exists(const std::string& path) const;
+  // A file whose true name the ANSI calls cannot express: searches report it as
+  // `reported_name` (with "?" for the characters code page 932 lacks), and no call can open
+  // it by that name. False when `folder` is unusable.
+  bool AddUnrepresentableFile(const std::string& folder, const std::string& reported_name,
+                              const std::string& content);
   // Every path below `folder` (folders end with a backslash), sorted.
   std::vector<std::string> List(const std::string& folder) const;
 
