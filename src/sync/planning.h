@@ -5,7 +5,7 @@
 //
 // The job's order: load the record; PlanLocalSide; load the record again (so the marks of the
 // local half do not leak into the server half); PlanServerSide into the same plan;
-// MergeMarks; ResolveChoices.
+// MergeMarks; LeaveOutTypeClashes; ResolveChoices.
 #pragma once
 
 #include <cstdint>
@@ -27,6 +27,12 @@ ResultCode PlanServerSide(SyncTable* server, SyncTable* recorded, SyncTable* pla
 // Settles contradictory marks: a change wins over a deletion on the other side, and a folder
 // deleted on one side that holds transfers is created again instead. 0, or 3 without a root.
 ResultCode MergeMarks(SyncTable* plan);
+// A name that is a file on one side and a folder on the other, on a merged plan. Where one
+// side replaced the recorded entry by the other kind, ResolveChoices lets the replacement
+// win; every other such pair can be neither file nor folder on both sides, so both are left
+// out of the plan, as they are, and logged with their server path (below `server_root`).
+// 0, 3 without a root, 500 when memory ran out.
+ResultCode LeaveOutTypeClashes(SyncTable* plan, const std::string& server_root);
 // Asks the user about conflicts and one-sided deletions (through the job's dialog when it is
 // attached, else through the context's prompt) and counts the work. 0; 1 when a question was
 // cancelled or the job was stopped; 500 for a null argument.

@@ -1,7 +1,11 @@
 // Settling the plan: merging contradictory marks, asking the user what the rules leave
 // open, and counting the work.
 #include <new>
+#include <unordered_set>
+#include <vector>
 
+#include "diag/error_log.h"
+#include "platform/clock.h"
 #include "protocol/server_session.h"
 #include "sync/choice_prompt.h"
 #include "sync/marks.h"
@@ -40,6 +44,39 @@ ResultCode Merge(FolderNode& folder, uint32_t* below) {
   return result::kSuccess;
 }
 
+// The file was replaced by a folder of its name on the side it is gone from.
+bool IsReplacedFile(uint32_t file_marks, uint32_t folder_marks) {
+  const uint32_t folder = folder_marks & ~MARK_SEEN;
+  return (file_marks == MARK_DELETED_LOCALLY && folder == MARK_CREATE_SERVER) ||
+         (file_marks == MARK_DELETED_ON_SERVER && folder == MARK_CREATE_LOCAL);
+}
+
+// The folder was replaced by a file of its name on the side it is gone from.
+bool IsReplacedFolder(uint32_t folder_marks, uint32_t file_marks) {
+  const uint32_t folder = folder_marks & ~MARK_SEEN;
+  return (folder == MARK_DELETED_LOCALLY && file_marks == MARK_UPLOAD) ||
+         (folder == MARK_DELETED_ON_SERVER && file_marks == MARK_DOWNLOAD);
+}
+
+void LeaveOut(SyncTable& plan, FolderNode& folder, const std::string& path) {
+  if (folder.file_count() > 0 && folder.folder_count() > 0) {
+    for (FolderNode* child = folder.FindFolder(nullptr); child;) {
+      FolderNode* next = FolderNode::NextFolder(child);
+      FileEntry* file = folder.FindFile(child->name());
+      if (file && !IsReplacedFile(file->marks, child->marks) &&
+          !IsReplacedFolder(child->marks, file->marks)) {
+        WriteSkippedNameLine(plan.env().files, plan.env().clock, path + child->name());
+        folder.RemoveFile(file);
+        folder.RemoveFolder(child);
+      }
+      child = next;
+    }
+  }
+  for (FolderNode* child = folder.FindFolder(nullptr); child;
+       child = FolderNode::NextFolder(child))
+    LeaveOut(plan, *child, path + child->name() + "/");
+}
+
 enum class Choice { kCancel, kFirst, kSecond, kIgnored };
 
 class Resolver {
@@ -48,12 +85,14 @@ class Resolver {
       : context_(context), stats_(statistics) {}
 
   ResultCode Folder(FolderNode& folder, uint32_t inherited) {
+    SettleTypeClashes(folder);
     for (FolderNode* child = folder.FindFolder(nullptr); child;
          child = FolderNode::NextFolder(child)) {
       uint32_t passed = MARK_SEEN;
+      const bool replaced = replaced_folders_.count(child) > 0;
       switch (child->marks & ~MARK_SEEN) {
         case MARK_DELETED_LOCALLY:
-          switch (DeletedLocally(child->name(), inherited == MARK_DELETED_LOCALLY)) {
+          switch (DeletedLocally(child->name(), inherited == MARK_DELETED_LOCALLY || replaced)) {
             case Choice::kCancel: return result::kCancelled;
             case Choice::kFirst:  // delete it on the server too
               ++stats_.serverFolderDeletes;
@@ -68,7 +107,7 @@ class Resolver {
           }
           break;
         case MARK_DELETED_ON_SERVER:
-          switch (DeletedOnServer(child->name(), inherited == MARK_DELETED_ON_SERVER)) {
+          switch (DeletedOnServer(child->name(), inherited == MARK_DELETED_ON_SERVER || replaced)) {
             case Choice::kCancel: return result::kCancelled;
             case Choice::kFirst:  // delete it locally too
               ++stats_.localFolderDeletes;
@@ -102,7 +141,30 @@ class Resolver {
   }
 
  private:
+  // A name that is a file on one side and a folder on the other (what is left of such pairs
+  // after LeaveOutTypeClashes): one side replaced the recorded entry by the other kind, so
+  // the replacement wins and the old entry, the version last synchronized, is deleted
+  // without a question.
+  void SettleTypeClashes(FolderNode& folder) {
+    if (folder.file_count() == 0 || folder.folder_count() == 0) return;
+    for (FolderNode* child = folder.FindFolder(nullptr); child;
+         child = FolderNode::NextFolder(child)) {
+      FileEntry* file = folder.FindFile(child->name());
+      if (!file) continue;
+      if (IsReplacedFile(file->marks, child->marks)) replaced_files_.insert(file);
+      if (IsReplacedFolder(child->marks, file->marks)) replaced_folders_.insert(child);
+    }
+  }
+
   ResultCode File(FileEntry& file, uint32_t inherited) {
+    if (replaced_files_.count(&file)) {
+      if (file.marks == MARK_DELETED_LOCALLY) {
+        ++stats_.serverFileDeletes;
+      } else {
+        ++stats_.localFileDeletes;
+      }
+      return result::kSuccess;
+    }
     // The whole content of a folder being deleted goes with it.
     if (inherited == MARK_DELETED_ON_SERVER) {
       file.marks = MARK_DELETED_ON_SERVER;
@@ -215,6 +277,8 @@ class Resolver {
 
   SyncContext& context_;
   SyncStatistics& stats_;
+  std::unordered_set<const FileEntry*> replaced_files_;
+  std::unordered_set<const FolderNode*> replaced_folders_;
 };
 
 }  // namespace
@@ -223,6 +287,16 @@ ResultCode MergeMarks(SyncTable* plan) {
   if (!plan || !plan->root()) return result::kMisuse;
   uint32_t accumulator = 0;
   return Merge(*plan->root(), &accumulator);
+}
+
+ResultCode LeaveOutTypeClashes(SyncTable* plan, const std::string& server_root) {
+  if (!plan || !plan->root()) return result::kMisuse;
+  try {
+    LeaveOut(*plan, *plan->root(), server_root);
+  } catch (const std::bad_alloc&) {
+    return result::kGeneralFailure;
+  }
+  return result::kSuccess;
 }
 
 ResultCode ResolveChoices(SyncContext* context, SyncTable* plan, SyncStatistics* statistics) {

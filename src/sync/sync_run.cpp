@@ -25,7 +25,8 @@ ResultCode BuildPlan(SyncContext& context, SyncTable* recorded, SyncTable* plan)
   recorded->ReplaceRoot(nullptr);
   recorded->LoadTableFile(context.table_path);
   if (ResultCode r = PlanServerSide(&server, recorded, plan)) return r;
-  return MergeMarks(plan);
+  if (ResultCode r = MergeMarks(plan)) return r;
+  return LeaveOutTypeClashes(plan, context.session->disk_root());
 }
 
 ResultCode ExecuteResolvedPlan(SyncContext& context, SyncTable* recorded, SyncTable* plan) {

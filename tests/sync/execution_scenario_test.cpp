@@ -93,8 +93,12 @@ TEST_F(ExecutionScenarioTest, AFileInTheWayOfAFolderGives99WithTheFoldersName) {
   ServerFile("docs/a.txt", "a");
   ASSERT_EQ(Sync(), 0u);
   ServerFile("new/b.txt", "b");
-  LocalFile("new", "in the way");
-  // A server folder "new" to create locally comes before the local file "new" to upload.
+  // The file appears after the local scan, while the server is listed.
+  intercept_ = [&](const HandlerRequest& request) -> std::unique_ptr<HandlerResponse> {
+    if (request.method == "PROPFIND" && request.path == std::string(kDiskRoot) + "new/")
+      LocalFile("new", "in the way");
+    return nullptr;
+  };
   EXPECT_EQ(Sync(), 99u);
   EXPECT_EQ(error_name_, "new");
   EXPECT_EQ(LocalContent("new"), "in the way");

@@ -161,6 +161,28 @@ TEST_F(PlanningScenarioTest, ANewEmptyFolderBringsBackItsParentDeletedOnTheServe
   ExpectInStep();
 }
 
+TEST_F(PlanningScenarioTest, AFileReplacedByAFolderReplacesItOnTheOtherSide) {
+  Start({"a", "b/in.txt"});
+  LocalRemove("a");
+  LocalFile("a/inside.txt", "a folder now");
+  server().Remove("b");
+  ServerFile("b", "a file now", kBaseSeconds + 3600);
+  ASSERT_EQ(Sync(), 0u);
+  EXPECT_TRUE(prompt_.asked.empty());
+  EXPECT_EQ(ServerTreeText(), "a/\na/inside.txt=a folder now\nb=a file now\n");
+  ExpectInStep();
+}
+
+TEST_F(PlanningScenarioTest, AFileAndAFolderOfOneNameNewOnEachSideStayApart) {
+  LocalFile("x/local.txt", "local");
+  ServerFile("x", "server file");
+  ASSERT_EQ(Sync(), 0u);
+  EXPECT_TRUE(prompt_.asked.empty());
+  EXPECT_EQ(LocalTree(), "x/\nx/local.txt=local\n");
+  EXPECT_EQ(ServerTreeText(), "x=server file\n");
+  EXPECT_FALSE(HasWork());
+}
+
 TEST_F(PlanningScenarioTest, CancellingAQuestionEndsTheRunWithNothingDone) {
   Start({"a.txt", "b.txt"});
   LocalEdit("a.txt", "local");
