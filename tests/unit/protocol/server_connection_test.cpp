@@ -150,6 +150,19 @@ TEST_F(ServerConnectionTest, CheckStatusesAndFailures) {
   EXPECT_EQ(Connection().Open(), 1u);
 }
 
+TEST_F(ServerConnectionTest, CheckAnswerWhoseHeadersCannotBeHeldFailsTheCheck) {
+  // std::bad_alloc, then std::length_error, where the check reads the answer's headers.
+  for (uint64_t padding : {uint64_t{3} << 30, UINT64_MAX}) {
+    ScriptedReply reply;
+    reply.headers = kOk;
+    reply.padding_header_bytes = padding;
+    http_.Script(reply);
+    EXPECT_EQ(Connection().Open(), 50u);
+    EXPECT_FALSE(connection_->session()->is_open());
+  }
+  EXPECT_EQ(http_.requests().size(), 2u);
+}
+
 TEST_F(ServerConnectionTest, RefusedSignInShowsTheErrorThenAsksAgain) {
   http_.Script(404);  // a missing disk root counts as a refused sign-in
   http_.Script(200, kOk);
