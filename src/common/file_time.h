@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "platform/clock.h"
+#include "common/calendar_time.h"
 
 namespace qbrk {
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "common/calendar_time.h"
 #include "common/result_code.h"
 #include "platform/clock.h"
 #include "platform/file_system.h"

@@ -3,19 +3,9 @@
 
 #include <cstdint>
 
-namespace qbrk {
+#include "common/calendar_time.h"
 
-// SYSTEMTIME fields.
-struct CalendarTime {
-  int year = 0;
-  int month = 0;  // 1..12
-  int day_of_week = 0;  // 0 = Sunday
-  int day = 0;
-  int hour = 0;
-  int minute = 0;
-  int second = 0;
-  int milliseconds = 0;
-};
+namespace qbrk {
 
 class Clock {
  public:

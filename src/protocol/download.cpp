@@ -7,6 +7,7 @@
 #include "protocol/decimal.h"
 #include "protocol/http_date.h"
 #include "protocol/listing_parser.h"
+#include "protocol/operation_guard.h"
 #include "protocol/result_mapping.h"
 #include "protocol/worker_messages.h"
 
@@ -167,21 +168,20 @@ ResultCode DownloadToTemp(ServerSession& session, const std::string& path, std::
   if (SysError e = files.MakeTempFile(folder, kTempFilePrefix, temp_path))
     return TempFileFailure(e);
 
-  ResultCode r = result::kSuccess;
-  {
+  ResultCode r = GuardAllocation(session, result::kDownloadFailed, [&] {
     std::unique_ptr<File> temp;
     if (files.OpenFile(*temp_path, file_access::kWrite, file_share::kNone,
                        Disposition::kCreateAlways, &temp) != 0)
-      r = result::kDownloadFailed;
-    if (r == result::kSuccess)
-      r = session.Exchange("GET", path, {}, nullptr, result::kDownloadNotSent);
-    if (r == result::kSuccess) {
-      r = OrOwn(session.MapStatus(), result::kDownloadFailed);
-      if (r == result::kSuccess && item) r = ReadItem(session, path, item);
-      if (r == result::kSuccess) r = ReceiveBody(session, *temp);
+      return result::kDownloadFailed;
+    ResultCode got = session.Exchange("GET", path, {}, nullptr, result::kDownloadNotSent);
+    if (got == result::kSuccess) {
+      got = OrOwn(session.MapStatus(), result::kDownloadFailed);
+      if (got == result::kSuccess && item) got = ReadItem(session, path, item);
+      if (got == result::kSuccess) got = ReceiveBody(session, *temp);
     }
     session.CloseRequest();
-  }
+    return got;
+  });
   if (r != result::kSuccess) files.RemoveFile(*temp_path);
   return r;
 }

@@ -1,7 +1,6 @@
 #include "protocol/listing.h"
 
-#include <new>
-
+#include "protocol/operation_guard.h"
 #include "protocol/result_mapping.h"
 
 namespace qbrk {
@@ -20,19 +19,19 @@ ResultCode ListFolder(ServerSession& session, const std::string& path, const Lis
     return result::kSuccess;
   }
   if (session.IsCancelled()) return result::kCancelled;
-  constexpr ResultCode kOwn = result::kListingFailed;
-  if (ResultCode r = session.Exchange("PROPFIND", path, {{"Depth: 1\r\n"}}, &kListingBody, kOwn))
-    return r;
-  if (session.last_status() != 207) {
-    const ResultCode r = OrOwn(session.MapStatus(), kOwn);
-    session.CloseRequest();
-    return r;
-  }
-  if (session.IsCancelled()) {
-    session.CloseRequest();
-    return result::kCancelled;
-  }
-  try {
+  return GuardAllocation(session, result::kNoMemory, [&]() -> ResultCode {
+    constexpr ResultCode kOwn = result::kListingFailed;
+    if (ResultCode r = session.Exchange("PROPFIND", path, {{"Depth: 1\r\n"}}, &kListingBody, kOwn))
+      return r;
+    if (session.last_status() != 207) {
+      const ResultCode r = OrOwn(session.MapStatus(), kOwn);
+      session.CloseRequest();
+      return r;
+    }
+    if (session.IsCancelled()) {
+      session.CloseRequest();
+      return result::kCancelled;
+    }
     XmlDocument doc;
     const ResultCode r = session.ReadXmlBody(&doc, kOwn);
     session.CloseRequest();
@@ -43,10 +42,7 @@ ResultCode ListFolder(ServerSession& session, const std::string& path, const Lis
     auto stored = kept.emplace(path, std::move(items)).first;
     *listing = &stored->second;
     return result::kSuccess;
-  } catch (const std::bad_alloc&) {
-    session.CloseRequest();
-    return result::kNoMemory;
-  }
+  });
 }
 
 }  // namespace qbrk

@@ -20,18 +20,6 @@ bool IsIllegalSingleByte(unsigned char c) {
   return c == 0x80 || c == 0xA0 || c >= 0xFD;
 }
 
-// Cuts `name` to `limit` bytes without splitting a double-byte character.
-std::string_view CutName(std::string_view name, size_t limit) {
-  if (name.size() <= limit) return name;
-  size_t end = 0;
-  while (end < limit) {
-    const size_t step = IsLeadByte(static_cast<unsigned char>(name[end])) ? 2 : 1;
-    if (end + step > limit) break;
-    end += step;
-  }
-  return name.substr(0, end);
-}
-
 }  // namespace
 
 bool HasSingleByteUpperAscii(std::string_view href) {
@@ -78,7 +66,10 @@ void ReadListing(const XmlDocument& doc, std::string_view listed_path, Listing* 
     const XmlNodeId modified = FindChildElement(doc, prop, "getlastmodified");
     if (modified == kNoXmlNode || !ParseHttpDate(ElementText(doc, modified), &item.last_write_time))
       continue;
-    item.name = std::string(CutName(LastSegment(href), kMaxListingName));
+    // Whole, however long: a shortened name would name another resource, and a later
+    // DELETE or download would reach that one. Names that cannot be a local file name are
+    // the sync engine's to refuse.
+    item.name = std::string(LastSegment(href));
     items->push_back(std::move(item));
   }
 }

@@ -13,9 +13,6 @@ namespace qbrk {
 
 using Listing = std::vector<FindData>;
 
-// Longest name a find-data record holds (260 bytes with the terminator).
-inline constexpr size_t kMaxListingName = 259;
-
 // True when `href` holds an upper-case ASCII letter as a single-byte character of code page
 // 932. Trail bytes are never tested; an illegal byte ends the scan (the answer is then what
 // was found before it).
@@ -29,7 +26,7 @@ std::string_view LastSegment(std::string_view path);
 // holds an upper-case letter (members the server could only name with upper case or
 // escapes), the folder itself (href equal to `listed_path` byte for byte), files without
 // `getcontentlength`, and members without a readable `getlastmodified`. Names are the hrefs'
-// last segments as the server sent them, cut to kMaxListingName bytes.
+// last segments as the server sent them, whole whatever their length.
 void ReadListing(const XmlDocument& doc, std::string_view listed_path, Listing* items);
 
 }  // namespace qbrk

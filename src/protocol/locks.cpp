@@ -1,6 +1,7 @@
 #include "protocol/locks.h"
 
 #include "protocol/lock_rounds.h"
+#include "protocol/operation_guard.h"
 #include "protocol/result_mapping.h"
 
 namespace qbrk {
@@ -33,45 +34,52 @@ ResultCode Discover(ServerSession& session, const std::string& path, std::string
 
 ResultCode Lock(ServerSession& session, const std::string& path, std::string* token) {
   constexpr ResultCode kOwn = result::kLockFailed;
-  const std::string timeout =
-      "Timeout: Second-" + std::to_string(session.settings().LockTimeOut()) + "\r\n";
   token->clear();
-  for (int round = 1;; ++round) {
-    if (ResultCode r = session.Exchange("LOCK", path, {{timeout}, {"Depth: 0"}}, &kLockBody, kOwn))
-      return r;
-    const uint32_t status = session.last_status();
-    if (status == 200) {
-      XmlDocument doc;
-      const ResultCode r = session.ReadXmlBody(&doc, kOwn);
+  return GuardAllocation(session, kOwn, [&] {
+    const std::string timeout =
+        "Timeout: Second-" + std::to_string(session.settings().LockTimeOut()) + "\r\n";
+    for (int round = 1;; ++round) {
+      if (ResultCode r =
+              session.Exchange("LOCK", path, {{timeout}, {"Depth: 0"}}, &kLockBody, kOwn))
+        return r;
+      const uint32_t status = session.last_status();
+      if (status == 200) {
+        XmlDocument doc;
+        const ResultCode r = session.ReadXmlBody(&doc, kOwn);
+        session.CloseRequest();
+        if (r != result::kSuccess) return r;
+        return ReadLockToken(doc, token) ? result::kSuccess : kOwn;
+      }
       session.CloseRequest();
-      if (r != result::kSuccess) return r;
-      return ReadLockToken(doc, token) ? result::kSuccess : kOwn;
+      if (status != 423) return OrOwn(MapHttpStatus(status), kOwn);
+      const ResultCode released = ReleaseOwnLock(session, path);
+      if (released != result::kSuccess) return OrOwn(released, kOwn);
+      if (round >= kMaxLockRounds) return result::kLockedByOther;
+      if (session.IsCancelled()) return result::kCancelled;
     }
-    session.CloseRequest();
-    if (status != 423) return OrOwn(MapHttpStatus(status), kOwn);
-    const ResultCode released = ReleaseOwnLock(session, path);
-    if (released != result::kSuccess) return OrOwn(released, kOwn);
-    if (round >= kMaxLockRounds) return result::kLockedByOther;
-    if (session.IsCancelled()) return result::kCancelled;
-  }
+  });
 }
 
 ResultCode Unlock(ServerSession& session, const std::string& path, const std::string& token) {
   constexpr ResultCode kOwn = result::kUnlockFailed;
-  const std::string header = "Lock-Token: <" + token + ">\r\n";
-  if (ResultCode r = session.Exchange("UNLOCK", path, {{header}}, nullptr, kOwn)) return r;
-  const uint32_t status = session.last_status();
-  session.CloseRequest();
-  if (status == 204 || status == 412 || status == 424) return result::kSuccess;
-  return OrOwn(MapHttpStatus(status), kOwn);
+  return GuardAllocation(session, kOwn, [&] {
+    const std::string header = "Lock-Token: <" + token + ">\r\n";
+    if (ResultCode r = session.Exchange("UNLOCK", path, {{header}}, nullptr, kOwn)) return r;
+    const uint32_t status = session.last_status();
+    session.CloseRequest();
+    if (status == 204 || status == 412 || status == 424) return result::kSuccess;
+    return OrOwn(MapHttpStatus(status), kOwn);
+  });
 }
 
 ResultCode DiscoverLock(ServerSession& session, const std::string& path, ActiveLock* lock) {
-  XmlDocument doc;
-  if (ResultCode r = Discover(session, path, "Depth: 0\r\n", result::kLockDiscoveryFailed, &doc))
-    return r;
-  *lock = ReadLockDiscovery(doc);
-  return result::kSuccess;
+  constexpr ResultCode kOwn = result::kLockDiscoveryFailed;
+  return GuardAllocation(session, kOwn, [&] {
+    XmlDocument doc;
+    if (ResultCode r = Discover(session, path, "Depth: 0\r\n", kOwn, &doc)) return r;
+    *lock = ReadLockDiscovery(doc);
+    return result::kSuccess;
+  });
 }
 
 ResultCode ReleaseOwnLock(ServerSession& session, const std::string& path) {
@@ -82,15 +90,16 @@ ResultCode ReleaseOwnLock(ServerSession& session, const std::string& path) {
 }
 
 ResultCode ReleaseOwnLocksOnDisk(ServerSession& session, const std::string& root) {
-  XmlDocument doc;
-  if (ResultCode r =
-          Discover(session, root, "Depth: infinity\r\n", result::kDiskLockDiscoveryFailed, &doc))
-    return r;
-  for (const ResourceLock& entry : ReadDiskLocks(doc)) {
-    if (session.IsCancelled()) return result::kCancelled;
-    if (entry.lock.owner == session.own_owner()) Unlock(session, entry.href, entry.lock.token);
-  }
-  return result::kSuccess;
+  constexpr ResultCode kOwn = result::kDiskLockDiscoveryFailed;
+  return GuardAllocation(session, kOwn, [&] {
+    XmlDocument doc;
+    if (ResultCode r = Discover(session, root, "Depth: infinity\r\n", kOwn, &doc)) return r;
+    for (const ResourceLock& entry : ReadDiskLocks(doc)) {
+      if (session.IsCancelled()) return result::kCancelled;
+      if (entry.lock.owner == session.own_owner()) Unlock(session, entry.href, entry.lock.token);
+    }
+    return result::kSuccess;
+  });
 }
 
 void ReleaseSavedLock(ServerSession& session) {

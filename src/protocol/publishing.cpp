@@ -1,6 +1,7 @@
 #include "protocol/publishing.h"
 
 #include "protocol/http_date.h"
+#include "protocol/operation_guard.h"
 #include "protocol/result_mapping.h"
 #include "protocol/service.h"
 
@@ -33,55 +34,74 @@ ResultCode Command(ServerSession& session, const std::string& body, uint32_t suc
 }  // namespace
 
 ResultCode Publish(ServerSession& session, const std::string& path) {
-  return Command(session, "PUBT " + path, 204, result::kPubtFailed);
+  constexpr ResultCode kOwn = result::kPubtFailed;
+  return GuardAllocation(session, kOwn,
+                         [&] { return Command(session, "PUBT " + path, 204, kOwn); });
 }
 
 ResultCode Unpublish(ServerSession& session, const std::string& path) {
-  return Command(session, "PUBF " + path, 204, result::kPubfFailed);
+  constexpr ResultCode kOwn = result::kPubfFailed;
+  return GuardAllocation(session, kOwn,
+                         [&] { return Command(session, "PUBF " + path, 204, kOwn); });
 }
 
 ResultCode QueryPublished(ServerSession& session, const std::string& path, bool* published) {
-  std::string body;
-  bool answered = false;
-  const ResultCode r = Command(session, "PUBQ " + path, 200, result::kPubqFailed, &body, &answered);
-  if (answered) *published = ReadPublishedAnswer(body);
-  return r;
+  constexpr ResultCode kOwn = result::kPubqFailed;
+  return GuardAllocation(session, kOwn, [&] {
+    std::string body;
+    bool answered = false;
+    const ResultCode r = Command(session, "PUBQ " + path, 200, kOwn, &body, &answered);
+    if (answered) *published = ReadPublishedAnswer(body);
+    return r;
+  });
 }
 
 ResultCode QueryPublishedSince(ServerSession& session, const std::string& path,
                                uint64_t* file_time) {
-  std::string body;
-  bool answered = false;
-  const ResultCode r = Command(session, "PTIM " + path, 200, result::kPtimFailed, &body, &answered);
-  if (answered && !ParseHttpDate(body, file_time)) return result::kPtimFailed;
-  return r;
+  constexpr ResultCode kOwn = result::kPtimFailed;
+  return GuardAllocation(session, kOwn, [&] {
+    std::string body;
+    bool answered = false;
+    const ResultCode r = Command(session, "PTIM " + path, 200, kOwn, &body, &answered);
+    if (answered && !ParseHttpDate(body, file_time)) return kOwn;
+    return r;
+  });
 }
 
 ResultCode QueryPublicAddress(ServerSession& session, const std::string& path,
                               std::string* address) {
-  std::string body;
-  bool answered = false;
-  const ResultCode r = Command(session, "PURL " + path, 200, result::kPurlFailed, &body, &answered);
-  if (answered) *address = body;
-  return r;
+  constexpr ResultCode kOwn = result::kPurlFailed;
+  return GuardAllocation(session, kOwn, [&] {
+    std::string body;
+    bool answered = false;
+    const ResultCode r = Command(session, "PURL " + path, 200, kOwn, &body, &answered);
+    if (answered) *address = std::move(body);
+    return r;
+  });
 }
 
 ResultCode SetDisplaySetting(ServerSession& session, const std::string& path,
                              const DisplaySetting& setting) {
-  return Command(session, DisplaySettingBody(path, setting), 204, result::kPsdsFailed);
+  constexpr ResultCode kOwn = result::kPsdsFailed;
+  return GuardAllocation(session, kOwn, [&] {
+    return Command(session, DisplaySettingBody(path, setting), 204, kOwn);
+  });
 }
 
 ResultCode QueryDisplaySetting(ServerSession& session, const std::string& path,
                                DisplaySetting* setting) {
-  std::string body;
-  bool answered = false;
-  const ResultCode r = Command(session, "PGDS " + path, 200, result::kPgdsFailed, &body, &answered);
-  if (answered) {
-    DisplaySetting read;
-    if (!ReadDisplaySetting(body, &read)) return result::kPgdsFailed;
-    *setting = read;
-  }
-  return r;
+  constexpr ResultCode kOwn = result::kPgdsFailed;
+  return GuardAllocation(session, kOwn, [&] {
+    std::string body;
+    bool answered = false;
+    const ResultCode r = Command(session, "PGDS " + path, 200, kOwn, &body, &answered);
+    if (answered) {
+      DisplaySetting read;
+      if (!ReadDisplaySetting(body, &read)) return kOwn;
+      *setting = std::move(read);
+    }
+    return r;
+  });
 }
 
 }  // namespace qbrk

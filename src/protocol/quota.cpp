@@ -1,5 +1,6 @@
 #include "protocol/quota.h"
 
+#include "protocol/operation_guard.h"
 #include "protocol/result_mapping.h"
 #include "protocol/service.h"
 
@@ -16,20 +17,22 @@ std::string QuotaRequestBody() {
 
 ResultCode QueryQuota(ServerSession& session, const std::string& root, QuotaFigures* figures) {
   constexpr ResultCode kOwn = result::kQuotaFailed;
-  if (!session.OpenRequest("PROPFIND", root)) return session.OpenFailure(kOwn);
-  ResultCode r =
-      session.AddHeader("Depth: 0\r\n") ? session.SendBody(QuotaRequestBody(), kOwn) : kOwn;
-  if (r == result::kSuccess && session.IsCancelled()) r = result::kCancelled;
-  if (r == result::kSuccess) r = OrOwn(session.ReadStatus(), kOwn);
-  if (r == result::kSuccess && session.last_status() != 207) r = kOwn;
-  XmlDocument doc;
-  if (r == result::kSuccess) r = session.ReadXmlBody(&doc, kOwn);
-  session.CloseRequest();
-  if (r != result::kSuccess) return r;
-  QuotaFigures read;
-  if (!ReadQuota(doc, &read)) return kOwn;
-  *figures = read;
-  return result::kSuccess;
+  return GuardAllocation(session, kOwn, [&] {
+    if (!session.OpenRequest("PROPFIND", root)) return session.OpenFailure(kOwn);
+    ResultCode r =
+        session.AddHeader("Depth: 0\r\n") ? session.SendBody(QuotaRequestBody(), kOwn) : kOwn;
+    if (r == result::kSuccess && session.IsCancelled()) r = result::kCancelled;
+    if (r == result::kSuccess) r = OrOwn(session.ReadStatus(), kOwn);
+    if (r == result::kSuccess && session.last_status() != 207) r = kOwn;
+    XmlDocument doc;
+    if (r == result::kSuccess) r = session.ReadXmlBody(&doc, kOwn);
+    session.CloseRequest();
+    if (r != result::kSuccess) return r;
+    QuotaFigures read;
+    if (!ReadQuota(doc, &read)) return kOwn;
+    *figures = read;
+    return result::kSuccess;
+  });
 }
 
 }  // namespace qbrk

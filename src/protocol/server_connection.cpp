@@ -1,6 +1,8 @@
 #include "protocol/server_connection.h"
 
 #include <algorithm>
+#include <new>
+#include <stdexcept>
 
 #include "common/mbcs.h"
 #include "diag/error_log.h"
@@ -164,6 +166,18 @@ ResultCode ServerConnection::CheckRound(bool* first_round, bool redirected, bool
 }
 
 ResultCode ServerConnection::Open() {
+  // The steps that read answers turn running out of memory into their own codes; this
+  // catches what is left (the connection's own records).
+  try {
+    return OpenSequence();
+  } catch (const std::bad_alloc&) {
+  } catch (const std::length_error&) {
+  }
+  if (session_) session_->CloseSession();
+  return result::kNoMemory;
+}
+
+ResultCode ServerConnection::OpenSequence() {
   if (!loaded_) LoadSettings();
   if (load_result_ == result::kMirrorOrCredentialsMissing) {
     if (IsCancelled()) return result::kCancelled;

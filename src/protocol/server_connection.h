@@ -54,7 +54,8 @@ class ServerConnection {
   // 0; 96 when stored credentials exist but cannot be read; 97 when no password is known.
   ResultCode LoadSettings();
   // The whole open sequence (loads the settings first when that was not done). 0; 1 when
-  // the user cancelled or the machine could not go on line; or the failing step's code.
+  // the user cancelled or the machine could not go on line; 2 when memory ran out outside
+  // the steps; or the failing step's code.
   ResultCode Open();
   // Closes the session, then offers to hang up the dial-up connections that appeared since
   // the open.
@@ -83,6 +84,8 @@ class ServerConnection {
   // Which dial-up connections exist now; dial-up handling is off when that is unknown.
   void RecordDialUp();
   void OfferHangUps();
+  // Open without its guard against running out of memory.
+  ResultCode OpenSequence();
   // The check of the connection loop's round.
   ResultCode CheckRound(bool* first_round, bool redirected, bool* host_changed);
 

@@ -7,6 +7,7 @@
 #include "platform/file_system.h"
 #include "protocol/base64.h"
 #include "protocol/decimal.h"
+#include "protocol/operation_guard.h"
 #include "protocol/publishing_answers.h"
 #include "protocol/response_header.h"
 #include "protocol/result_mapping.h"
@@ -66,15 +67,17 @@ ResultCode ServerSession::OpenSession(const std::string& host, uint16_t port,
                                       const std::string& user, const std::string& password) {
   Notify(worker_message::kStatus, status_index::kConnecting);
   CloseSession();
-  const uint32_t timeout = settings_.Timeout();
-  if (http_.OpenSession(kUserAgent, &session_) != 0 ||
-      session_->SetTimeouts(timeout, timeout) != 0 ||
-      session_->Connect(host, port, &connection_) != 0) {
-    CloseSession();
-    return result::kCannotConnect;
-  }
-  authorization_ = BasicLine("Authorization", user, password);
-  return result::kSuccess;
+  const ResultCode r = GuardAllocation(*this, result::kCannotConnect, [&] {
+    const uint32_t timeout = settings_.Timeout();
+    if (http_.OpenSession(kUserAgent, &session_) != 0 ||
+        session_->SetTimeouts(timeout, timeout) != 0 ||
+        session_->Connect(host, port, &connection_) != 0)
+      return result::kCannotConnect;
+    authorization_ = BasicLine("Authorization", user, password);
+    return result::kSuccess;
+  });
+  if (r != result::kSuccess) CloseSession();
+  return r;
 }
 
 void ServerSession::CloseSession() {
@@ -232,10 +235,12 @@ ResultCode ServerSession::SpoolBody(const std::string& path, ResultCode own) {
                           &spool) != 0)
     return own;
   std::vector<char> block(kSpoolBlock);
-  for (;;) {
+  for (uint64_t total = 0;;) {
     uint32_t got = 0;
     if (ResultCode r = Read(block.data(), kSpoolBlock, &got, own)) return r;
     if (got == 0) return result::kSuccess;
+    total += got;
+    if (total > kMaxXmlAnswerBytes) return own;
     if (spool->Write(block.data(), got) != 0) return own;
     if (IsCancelled()) return result::kCancelled;
   }
@@ -243,13 +248,26 @@ ResultCode ServerSession::SpoolBody(const std::string& path, ResultCode own) {
 
 namespace {
 
-// The whole content of a file, or false.
-bool ReadWholeFile(FileSystem& files, const std::string& path, std::string* text) {
+// Deletes a temporary file on every way out of its scope, a thrown one included.
+class TempFileRemover {
+ public:
+  TempFileRemover(FileSystem& files, std::string path) : files_(files), path_(std::move(path)) {}
+  ~TempFileRemover() { files_.RemoveFile(path_); }
+  TempFileRemover(const TempFileRemover&) = delete;
+  TempFileRemover& operator=(const TempFileRemover&) = delete;
+
+ private:
+  FileSystem& files_;
+  std::string path_;
+};
+
+// The whole content of a file, or false; false too when it holds more than `limit` bytes.
+bool ReadWholeFile(FileSystem& files, const std::string& path, uint64_t limit, std::string* text) {
   std::unique_ptr<File> file;
   uint64_t size = 0;
   if (files.OpenFile(path, file_access::kRead, file_share::kRead, Disposition::kOpenExisting,
                      &file) != 0 ||
-      file->GetSize(&size) != 0 || size >= UINT32_MAX)
+      file->GetSize(&size) != 0 || size > limit)
     return false;
   text->resize(static_cast<size_t>(size));
   for (size_t done = 0; done < text->size();) {
@@ -269,27 +287,38 @@ ResultCode ServerSession::ReadXmlBody(XmlDocument* doc, ResultCode own) {
   std::string folder, path;
   if (files.TempFolder(&folder) != 0 || files.MakeTempFile(folder, kTempFilePrefix, &path) != 0)
     return own;
-  ResultCode r = SpoolBody(path, own);
   std::string text;
-  if (r == result::kSuccess && !ReadWholeFile(files, path, &text)) r = own;
-  files.RemoveFile(path);
-  if (r != result::kSuccess) return r;
+  {
+    const TempFileRemover remover(files, path);
+    if (ResultCode r = SpoolBody(path, own)) return r;
+    if (!ReadWholeFile(files, path, kMaxXmlAnswerBytes, &text)) return own;
+  }
   return doc->Parse(std::move(text)) == XmlError::kNone ? result::kSuccess : own;
 }
 
 ResultCode ServerSession::ReadTextBody(std::string* text, ResultCode own) {
   text->clear();
   char block[kTextBlock];
-  for (;;) {
+  for (uint64_t total = 0;;) {
     uint32_t got = 0;
     if (ResultCode r = Read(block, kTextBlock, &got, own)) return r;
     if (got == 0) return result::kSuccess;
+    // Counted as read, not as kept: a body of NUL bytes keeps nothing but must end too.
+    total += got;
+    if (total > kMaxTextAnswerBytes) return own;
     AppendBodyPiece(std::string_view(block, got), text);
   }
 }
 
 ResultCode ServerSession::CheckServer(const std::string& root, bool wants_preferred_host,
                                       std::string* host) {
+  // An answer whose headers cannot be held is one the check cannot accept.
+  return GuardAllocation(*this, result::kServerCheckFailed,
+                         [&] { return HeadCheck(root, wants_preferred_host, host); });
+}
+
+ResultCode ServerSession::HeadCheck(const std::string& root, bool wants_preferred_host,
+                                    std::string* host) {
   ResultCode r = result::kSuccess;
   if (!OpenRequest("HEAD", root)) {
     r = OpenFailure(result::kHeadNotSent);

@@ -26,6 +26,12 @@ namespace qbrk {
 // Prefix of the library's temporary files (spooled answers, downloads in progress).
 inline constexpr char kTempFilePrefix[] = "qbk";
 
+// The most an answer read whole may hold; reading stops past it and the operation fails
+// with its own code, so a broken or hostile server cannot make the library run out of
+// memory. Far above any real answer (docs/protocol.md gives the figures).
+inline constexpr uint64_t kMaxXmlAnswerBytes = uint64_t{64} << 20;
+inline constexpr uint64_t kMaxTextAnswerBytes = uint64_t{1} << 20;
+
 struct SessionOptions {
   uint32_t upload_unit = 0;    // PutUnit: bytes per ranged PUT, 0 = never split
   bool secure = false;         // UseSSL
@@ -99,9 +105,11 @@ class ServerSession {
                       std::initializer_list<ExtraHeader> headers, const std::string_view* body,
                       ResultCode own);
   // Spools the whole answer into a temporary file, reads it back, deletes the file and
-  // parses it. 0, 1 (cancelled between blocks) or `own`.
+  // parses it. 0, 1 (cancelled between blocks) or `own` (also for an answer longer than
+  // kMaxXmlAnswerBytes).
   ResultCode ReadXmlBody(XmlDocument* doc, ResultCode own);
   // Reads the whole answer as text, 4095 bytes at a time, each piece up to its first NUL.
+  // An answer longer than kMaxTextAnswerBytes gives `own`.
   ResultCode ReadTextBody(std::string* text, ResultCode own);
 
   // --- State the operations share ---
@@ -123,6 +131,8 @@ class ServerSession {
   // Internet error dialog and, when the user accepts, sends again.
   ResultCode SendStep(ResultCode own, bool with_body, uint64_t total_length);
   ResultCode StepFailure(SysError error, ResultCode own);
+  // CheckServer without its guard.
+  ResultCode HeadCheck(const std::string& root, bool wants_preferred_host, std::string* host);
   // Writes the whole answer into the file `path`, block by block.
   ResultCode SpoolBody(const std::string& path, ResultCode own);
   void Trace();

@@ -5,6 +5,7 @@
 
 #include "protocol/lock_rounds.h"
 #include "protocol/locks.h"
+#include "protocol/operation_guard.h"
 #include "protocol/result_mapping.h"
 #include "protocol/transfer.h"
 #include "protocol/worker_messages.h"
@@ -94,32 +95,32 @@ ResultCode Upload(ServerSession& session, const std::string& local_path, const s
   FileSystem& files = session.env().files;
   bool locked = false;
   std::string token;
-  ResultCode r = result::kSuccess;
-  for (int round = 1;; ++round) {
-    std::unique_ptr<File> file;
-    uint64_t size = 0;
-    r = OpenSource(files, local_path, &file);
-    if (r == result::kSuccess && file->GetSize(&size) != 0) r = result::kUploadFailed;
-    if (r != result::kSuccess) break;
-    const uint64_t unit = session.upload_unit();
-    const bool split = unit != 0 && size > unit;
-    if (split) {
-      r = Lock(session, path, &token);
-      if (r != result::kSuccess) break;
-      locked = true;
-      // A run that dies before the unlock leaves this record for the next one to release.
-      session.settings().WriteLockToken(path, token);
+  const ResultCode r = GuardAllocation(session, result::kUploadFailed, [&] {
+    ResultCode sent = result::kSuccess;
+    for (int round = 1;; ++round) {
+      std::unique_ptr<File> file;
+      uint64_t size = 0;
+      sent = OpenSource(files, local_path, &file);
+      if (sent == result::kSuccess && file->GetSize(&size) != 0) sent = result::kUploadFailed;
+      if (sent != result::kSuccess) return sent;
+      const uint64_t unit = session.upload_unit();
+      const bool split = unit != 0 && size > unit;
+      if (split) {
+        sent = Lock(session, path, &token);
+        if (sent != result::kSuccess) return sent;
+        locked = true;
+        // A run that dies before the unlock leaves this record for the next one to release.
+        session.settings().WriteLockToken(path, token);
+      }
+      bool met_lock = false;
+      sent = UploadPass(session, *file, size, split, path, token, &met_lock);
+      session.CloseRequest();
+      if (!met_lock || round >= kMaxLockRounds) return sent;
+      if (session.IsCancelled()) return result::kCancelled;
+      // Start again from the first byte; the released lock needs no unlock of its own.
     }
-    bool met_lock = false;
-    r = UploadPass(session, *file, size, split, path, token, &met_lock);
-    session.CloseRequest();
-    if (!met_lock || round >= kMaxLockRounds) break;
-    if (session.IsCancelled()) {
-      r = result::kCancelled;
-      break;
-    }
-    // Start again from the first byte; the released lock needs no unlock of its own.
-  }
+  });
+  // Also after running out of memory: the lock is released as on any other failure.
   if (locked && Unlock(session, path, token) == result::kSuccess)
     session.settings().DeleteLockToken();
   return r;

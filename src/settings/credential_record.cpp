@@ -68,12 +68,12 @@ bool ParseCredentialRecord(const std::vector<uint8_t>& plain, Credentials* out) 
   return true;
 }
 
-std::vector<uint8_t> ScrambleCredentialRecord(const std::vector<uint8_t>& plain, uint32_t seed) {
+ScramblePermutation DrawScramblePermutation(uint32_t seed) {
   // The key travels with the record, so the reader needs no generator; the time seed only
   // makes two records of the same credentials differ.
   std::srand(seed);
-  std::array<uint8_t, kBlock> remaining = {0, 1, 2, 3, 4, 5, 6, 7};
-  std::array<uint8_t, kBlock> permutation{};
+  ScramblePermutation remaining = {0, 1, 2, 3, 4, 5, 6, 7};
+  ScramblePermutation permutation{};
   size_t left = kBlock;
   for (size_t i = 0; i < kBlock; ++i, --left) {
     const size_t pick = static_cast<size_t>(std::rand()) % left;
@@ -81,7 +81,11 @@ std::vector<uint8_t> ScrambleCredentialRecord(const std::vector<uint8_t>& plain,
     for (size_t j = pick; j + 1 < left; ++j)
       remaining[j] = remaining[j + 1];
   }
+  return permutation;
+}
 
+std::vector<uint8_t> ScrambleCredentialRecord(const std::vector<uint8_t>& plain,
+                                              const ScramblePermutation& permutation) {
   const size_t length = (plain.size() + kBlock - 1) / kBlock * kBlock + kBlock;
   std::vector<uint8_t> stored(length);
   for (size_t block = 0; block < length; block += kBlock) {
@@ -93,6 +97,10 @@ std::vector<uint8_t> ScrambleCredentialRecord(const std::vector<uint8_t>& plain,
   for (size_t i = 0; i < kBlock; ++i)
     stored[i] = static_cast<uint8_t>(~(permutation[i] + '0'));
   return stored;
+}
+
+std::vector<uint8_t> ScrambleCredentialRecord(const std::vector<uint8_t>& plain, uint32_t seed) {
+  return ScrambleCredentialRecord(plain, DrawScramblePermutation(seed));
 }
 
 bool UnscrambleCredentialRecord(const std::vector<uint8_t>& stored, std::vector<uint8_t>* plain) {

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "common/calendar_time.h"
 #include "common/file_time.h"
 #include "dialogs/error_message.h"
 

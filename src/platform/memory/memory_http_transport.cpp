@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
+#include <stdexcept>
 
 #include "common/mbcs.h"
 
@@ -197,24 +199,38 @@ class MemoryHttpTransport::Request final : public HttpRequest {
       *text = "\r\n";
       return 0;
     }
-    *text = "HTTP/1.1 " + std::to_string(reply_.status) + " " + ReasonPhrase(reply_.status) +
-            "\r\n" + reply_.headers + "\r\n";
+    const std::string answer = "HTTP/1.1 " + std::to_string(reply_.status) + " " +
+                               ReasonPhrase(reply_.status) + "\r\n" + reply_.headers;
+    const uint64_t padding = reply_.padding_header_bytes;
+    if (padding == 0) {
+      *text = answer + "\r\n";
+      return 0;
+    }
+    constexpr std::string_view kPaddingName = "X-Padding: ";
+    const uint64_t fixed = answer.size() + kPaddingName.size() + 4;  // and two line ends
+    if (padding > text->max_size() - fixed) throw std::length_error("header block");
+    if (padding + fixed > kMaxHeldBlock) throw std::bad_alloc();
+    *text = answer;
+    *text += kPaddingName;
+    text->append(static_cast<size_t>(padding), 'p');
+    *text += "\r\n\r\n";
     return 0;
   }
 
   SysError Read(void* buffer, uint32_t size, uint32_t* read) override {
     *read = 0;
     if (state_ != State::kSent) return Misuse();
-    size_t available = reply_.body.size() - position_;
+    uint64_t available = BodyLength() - position_;
     const bool fails = reply_.fail_at == FailStep::kRead;
     if (fails) {
       if (position_ >= reply_.fail_after_bytes) return reply_.error;
-      available = std::min(available, reply_.fail_after_bytes - position_);
+      available = std::min<uint64_t>(available, reply_.fail_after_bytes - position_);
     }
-    const size_t n = std::min<size_t>(available, size);
-    if (n) std::memcpy(buffer, reply_.body.data() + position_, n);
+    const uint32_t n = static_cast<uint32_t>(std::min<uint64_t>(available, size));
+    CopyBody(position_, n, static_cast<char*>(buffer));
     position_ += n;
-    *read = static_cast<uint32_t>(n);
+    transport_.body_bytes_read_ += n;
+    *read = n;
     return 0;
   }
 
@@ -225,6 +241,33 @@ class MemoryHttpTransport::Request final : public HttpRequest {
 
  private:
   SentRequest& record() { return transport_.requests_[index_]; }
+
+  uint64_t BodyLength() const {
+    const RepeatedBody& more = reply_.repeated_body;
+    return reply_.body.size() + (more.chunk.empty() ? 0 : more.length);
+  }
+
+  // Copies `size` body bytes from `offset`: first from the held body, then from the
+  // repeated chunk.
+  void CopyBody(uint64_t offset, uint32_t size, char* out) const {
+    const std::string& held = reply_.body;
+    if (offset < held.size()) {
+      const size_t n = static_cast<size_t>(std::min<uint64_t>(held.size() - offset, size));
+      std::memcpy(out, held.data() + offset, n);
+      offset += n;
+      out += n;
+      size -= static_cast<uint32_t>(n);
+    }
+    const std::string& chunk = reply_.repeated_body.chunk;
+    while (size > 0) {
+      const size_t at = static_cast<size_t>((offset - held.size()) % chunk.size());
+      const size_t n = std::min<size_t>(chunk.size() - at, size);
+      std::memcpy(out, chunk.data() + at, n);
+      offset += n;
+      out += n;
+      size -= static_cast<uint32_t>(n);
+    }
+  }
 
   SysError Misuse() {
     ++transport_.misuses_;
@@ -274,6 +317,7 @@ class MemoryHttpTransport::Request final : public HttpRequest {
       reply_.status = 0;
       reply_.headers.clear();
       reply_.body.clear();
+      reply_.repeated_body = RepeatedBody();
       no_answer_ = true;
       return 0;
     }
@@ -282,6 +326,7 @@ class MemoryHttpTransport::Request final : public HttpRequest {
     for (const auto& [name, value] : response.headers)
       reply_.headers += name + ": " + value + "\r\n";
     reply_.body = std::move(response.body);
+    reply_.repeated_body = std::move(response.repeated_body);
     return 0;
   }
 
@@ -292,7 +337,7 @@ class MemoryHttpTransport::Request final : public HttpRequest {
   State state_ = State::kOpened;
   bool no_answer_ = false;  // the server hung up before answering
   uint64_t declared_ = 0;
-  size_t position_ = 0;
+  uint64_t position_ = 0;
 };
 
 class MemoryHttpTransport::Connection final : public HttpConnection {

@@ -46,6 +46,14 @@ struct SentRequest {
   std::string Header(std::string_view name) const;
 };
 
+// Body bytes described rather than held, so that a test can answer gigabytes: `chunk` over
+// and over (the last repetition cut short) until `length` bytes have come. They follow the
+// answer's `body`; an empty chunk adds nothing.
+struct RepeatedBody {
+  std::string chunk;
+  uint64_t length = 0;
+};
+
 // The step at which a scripted reply makes the request fail.
 enum class FailStep { kNone, kOpen, kAddHeaders, kSend, kWrite, kEnd, kStatus, kRead };
 
@@ -58,6 +66,12 @@ struct ScriptedReply {
   size_t fail_after_bytes = 0;  // kRead: body bytes delivered before the failure
   // Sends that fail with 12045 (certificate authority not trusted) before one succeeds.
   int untrusted_sends = 0;
+  RepeatedBody repeated_body = {};  // after `body`
+  // One more response header line, "X-Padding: " and this many bytes, described rather
+  // than held. Asking for the block copies it, as the real client does; a block beyond what
+  // one allocation can give (kMaxHeldBlock here) throws what that allocation would:
+  // std::length_error past std::string::max_size(), else std::bad_alloc.
+  uint64_t padding_header_bytes = 0;
 };
 
 // The request as a handler sees it (the path still escaped as sent).
@@ -74,6 +88,7 @@ struct HandlerResponse {
   // The server dropped the connection: during the request when `status` is 0, else after
   // `body` (the part of the answer's body that came before the cut).
   bool connection_cut = false;
+  RepeatedBody repeated_body = {};  // after `body`
 };
 using RequestHandler = std::function<HandlerResponse(const HandlerRequest& request)>;
 
@@ -86,6 +101,10 @@ struct ErrorDialogCall {
 
 class MemoryHttpTransport final : public HttpTransport {
  public:
+  // The largest response header block the twin builds: about what a 32-bit process can
+  // hope to get in one piece.
+  static constexpr uint64_t kMaxHeldBlock = uint64_t{1} << 30;
+
   MemoryHttpTransport();
   ~MemoryHttpTransport() override;
 
@@ -124,6 +143,8 @@ class MemoryHttpTransport final : public HttpTransport {
   // Steps called out of order (see above); a correct client makes none.
   size_t misuses() const { return misuses_; }
   size_t open_requests() const { return open_requests_; }
+  // Answer body bytes the client has read, over all requests.
+  uint64_t body_bytes_read() const { return body_bytes_read_; }
 
  private:
   class Session;
@@ -146,6 +167,7 @@ class MemoryHttpTransport final : public HttpTransport {
   size_t unanswered_ = 0;
   size_t misuses_ = 0;
   size_t open_requests_ = 0;
+  uint64_t body_bytes_read_ = 0;
 };
 
 }  // namespace qbrk

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
+#include <stdexcept>
+
 #include "platform/memory/scripted_dialog_link.h"
 
 namespace qbrk {
@@ -117,6 +120,71 @@ TEST_F(MemoryHttpTransportTest, HandlerSeesTheRequestAndAnswersIt) {
   uint32_t got = 0;
   ASSERT_EQ(request->Read(buffer, sizeof buffer, &got), 0u);
   EXPECT_EQ(std::string(buffer, got), "<x/>");
+}
+
+TEST_F(MemoryHttpTransportTest, DescribedBodiesAndHeaderBlocks) {
+  // A body of a held part and a repeated chunk, read across their seam; a cut inside it.
+  ScriptedReply reply;
+  reply.body = "<a>";
+  reply.repeated_body = {"xyz", 7};
+  http_.Script(reply);
+  reply.fail_at = FailStep::kRead;
+  reply.error = 12030;
+  reply.fail_after_bytes = 6;
+  http_.Script(reply);
+  for (const char* expected : {"<a>xyzxyzx", "<a>xyz"}) {
+    auto request = Open("GET");
+    ASSERT_EQ(request->Send({}), 0u);
+    std::string body;
+    char buffer[4];
+    uint32_t got = 0;
+    SysError error = 0;
+    for (int reads = 0; reads < 10; ++reads) {
+      error = request->Read(buffer, sizeof buffer, &got);
+      if (error != 0 || got == 0) break;
+      body.append(buffer, got);
+    }
+    EXPECT_EQ(body, expected);
+    EXPECT_EQ(error, body.size() == 6 ? 12030u : 0u);
+  }
+  EXPECT_EQ(http_.body_bytes_read(), 16u);
+
+  // A handler's answer can be described the same way: 4 GiB, read only at its start.
+  http_.set_handler([](const HandlerRequest&) {
+    HandlerResponse response;
+    response.repeated_body = {"0123456789", uint64_t{4} << 30};
+    return response;
+  });
+  auto request = Open("GET");
+  ASSERT_EQ(request->Send({}), 0u);
+  char buffer[4096];
+  uint32_t got = 0;
+  ASSERT_EQ(request->Read(buffer, sizeof buffer, &got), 0u);
+  EXPECT_EQ(got, 4096u);
+  EXPECT_EQ(std::string(buffer + 4090, 6), "012345");
+
+  // A padding header line is built while it fits; past that, asking for the block throws
+  // what the real client's allocation of it would.
+  std::string text;
+  ScriptedReply padded;
+  padded.headers = "Server: x\r\n";
+  padded.padding_header_bytes = 5;
+  http_.Script(padded);
+  padded.padding_header_bytes = uint64_t{3} << 30;
+  http_.Script(padded);
+  padded.padding_header_bytes = UINT64_MAX;
+  http_.Script(padded);
+  request = Open("GET");
+  ASSERT_EQ(request->Send({}), 0u);
+  ASSERT_EQ(request->QueryRawHeaders(HeaderBlock::kResponse, &text), 0u);
+  EXPECT_EQ(text, "HTTP/1.1 200 OK\r\nServer: x\r\nX-Padding: ppppp\r\n\r\n");
+  request = Open("GET");
+  ASSERT_EQ(request->Send({}), 0u);
+  EXPECT_THROW(request->QueryRawHeaders(HeaderBlock::kResponse, &text), std::bad_alloc);
+  EXPECT_EQ(request->QueryRawHeaders(HeaderBlock::kRequest, &text), 0u);  // ours is small
+  request = Open("GET");
+  ASSERT_EQ(request->Send({}), 0u);
+  EXPECT_THROW(request->QueryRawHeaders(HeaderBlock::kResponse, &text), std::length_error);
 }
 
 TEST(ScriptedDialogLinkTest, AnswersRecordsAndDetaches) {

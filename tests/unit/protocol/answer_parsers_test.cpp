@@ -66,16 +66,22 @@ TEST(ListingParserTest, UpperCaseTestIsDoubleByteAware) {
   EXPECT_FALSE(HasSingleByteUpperAscii("/a\x83"));
 }
 
-TEST(ListingParserTest, NamesAreLastSegmentsCutWhole) {
+TEST(ListingParserTest, NamesAreLastSegmentsKeptWhole) {
   EXPECT_EQ(LastSegment("/a/b/"), "b");
   EXPECT_EQ(LastSegment("/a/b"), "b");
   EXPECT_EQ(LastSegment("b"), "");
   EXPECT_EQ(LastSegment("/"), "");
+  // Longer than a local name can be, with a double-byte character across byte 259: cut, it
+  // would name another resource.
   std::string long_name(258, 'x');
-  long_name += "\x82\xA0";  // a double-byte character across the 259-byte limit
-  const Listing items = Read(Multistatus(DavResponse("/~t/file/d/" + long_name, FileProps(1))));
-  ASSERT_EQ(items.size(), 1u);
-  EXPECT_EQ(items[0].name, std::string(258, 'x'));
+  long_name += "\x82\xA0" + std::string(300, 'y');
+  const Listing items =
+      Read(Multistatus(DavResponse("/~t/file/d/" + long_name, FileProps(1)) +
+                       DavResponse("/~t/file/d/" + long_name + "/", FileProps(0))));
+  ASSERT_EQ(items.size(), 2u);
+  EXPECT_EQ(items[0].name, long_name);
+  EXPECT_EQ(items[1].name, long_name);
+  EXPECT_EQ(items[1].attributes, 16u);
 }
 
 TEST(LockParserTest, TokenOwnerAndDiskWideLocks) {

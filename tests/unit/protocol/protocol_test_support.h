@@ -11,17 +11,11 @@
 #include <vector>
 
 #include "diag/error_log.h"
-#include "platform/env.h"
-#include "platform/memory/fake_clock.h"
-#include "platform/memory/fake_shell.h"
-#include "platform/memory/memory_file_system.h"
 #include "platform/memory/memory_http_transport.h"
-#include "platform/memory/memory_registry.h"
-#include "platform/memory/memory_string_table.h"
-#include "platform/memory/recording_host_window.h"
 #include "platform/memory/scripted_dialog_link.h"
 #include "protocol/server_session.h"
 #include "settings/settings.h"
+#include "settings/twin_env.h"
 
 namespace qbrk::testing {
 
@@ -149,13 +143,10 @@ class ProtocolTest : public ::testing::Test {
     EXPECT_EQ(actual, Golden(name, actual));
   }
 
-  FakeClock clock_;
-  MemoryFileSystem files_{clock_};
-  MemoryRegistry registry_;
-  RecordingHostWindow host_;
-  FakeShell shell_{files_};
-  MemoryStringTable strings_;
-  Env env_{files_, registry_, clock_, host_, shell_, strings_};
+  TwinEnv twin_;
+  MemoryFileSystem& files_ = twin_.files;
+  MemoryRegistry& registry_ = twin_.registry;
+  Env& env_ = twin_.env;
   Settings settings_{registry_};
   MemoryHttpTransport http_;
   ScriptedDialogLink link_;

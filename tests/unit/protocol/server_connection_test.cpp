@@ -150,6 +150,19 @@ TEST_F(ServerConnectionTest, CheckStatusesAndFailures) {
   EXPECT_EQ(Connection().Open(), 1u);
 }
 
+TEST_F(ServerConnectionTest, CheckAnswerWhoseHeadersCannotBeHeldFailsTheCheck) {
+  // std::bad_alloc, then std::length_error, where the check reads the answer's headers.
+  for (uint64_t padding : {uint64_t{3} << 30, UINT64_MAX}) {
+    ScriptedReply reply;
+    reply.headers = kOk;
+    reply.padding_header_bytes = padding;
+    http_.Script(reply);
+    EXPECT_EQ(Connection().Open(), 50u);
+    EXPECT_FALSE(connection_->session()->is_open());
+  }
+  EXPECT_EQ(http_.requests().size(), 2u);
+}
+
 TEST_F(ServerConnectionTest, RefusedSignInShowsTheErrorThenAsksAgain) {
   http_.Script(404);  // a missing disk root counts as a refused sign-in
   http_.Script(200, kOk);
@@ -283,7 +296,7 @@ TEST_F(ServerConnectionTest, SavedLockIsReleasedAfterConnecting) {
   EXPECT_FALSE(settings_.ReadLockToken(&path, &token));
 }
 
-TEST_F(ServerConnectionTest, CloseOffersToHangUpNewDialUpConnections) {
+TEST_F(ServerConnectionTest, CloseOffersToHangUpOnlyConnectionsMadeSinceTheOpen) {
   dial_up_.connections() = {{1, "Office"}};
   http_.Script(200, kOk);
   http_.Script(200, kOk);
@@ -293,51 +306,73 @@ TEST_F(ServerConnectionTest, CloseOffersToHangUpNewDialUpConnections) {
   dial_up_.connections().push_back({3, "Hotel"});
   dial_up_.set_polls_until_gone(3);
   connection_->Close();
-  ASSERT_EQ(questions_.size(), 2u);
-  EXPECT_EQ(questions_[0], "\"Mobile\"を切断します。|Qbrookツール|36");
+  EXPECT_EQ(questions_, (std::vector<std::string>{"\"Mobile\"を切断します。|Qbrookツール|36",
+                                                  "\"Hotel\"を切断します。|Qbrookツール|36"}));
   EXPECT_EQ(dial_up_.hung_up(), (std::vector<uintptr_t>{2, 3}));
   EXPECT_EQ(dial_up_.connections().size(), 1u);
   EXPECT_EQ(connection.session(), nullptr);
   connection_->Close();  // nothing left to ask
   EXPECT_EQ(questions_.size(), 2u);
+
+  // Every line that is up at the close was there at the open: nothing to offer.
+  questions_.clear();
+  http_.Script(200, kOk);
+  http_.Script(200, kOk);
+  ASSERT_EQ(Connection().Open(), 0u);
+  connection_.reset();
+  EXPECT_TRUE(questions_.empty());
 }
 
-TEST_F(ServerConnectionTest, HangUpDeclinedNotNeededOrUnknown) {
+TEST_F(ServerConnectionTest, DeclinedHangUpLeavesTheLineAndTheWaitIsBounded) {
   dial_up_.connections() = {{1, "Office"}};
   http_.Script(200, kOk);
   http_.Script(200, kOk);
-  Connection().Open();
+  ASSERT_EQ(Connection().Open(), 0u);
   dial_up_.connections().push_back({2, "Mobile"});
   answer_ = 7;
   connection_.reset();
   EXPECT_EQ(questions_.size(), 1u);
   EXPECT_TRUE(dial_up_.hung_up().empty());
 
-  // A line that never reports its end: the wait is bounded.
+  // A line that never reports its end.
   answer_ = 6;
   dial_up_.connections() = {};
   http_.Script(200, kOk);
   http_.Script(200, kOk);
-  Connection().Open();
+  ASSERT_EQ(Connection().Open(), 0u);
   dial_up_.connections() = {{5, "Stuck"}};
   dial_up_.set_polls_until_gone(SIZE_MAX);
   connection_.reset();
   EXPECT_EQ(dial_up_.hung_up(), (std::vector<uintptr_t>{5}));
   EXPECT_GT(dial_up_.status_polls(), 1000u);
+}
 
-  // Without the library, or without the list of the open, nothing is asked.
-  questions_.clear();
+TEST_F(ServerConnectionTest, NoHangUpOfferedWhenTheOpenCouldNotListTheLines) {
+  // The list could be read at the close only: a line that came up in between cannot be
+  // told from one the user made before.
+  dial_up_.connections() = {{1, "Office"}};
   dial_up_.set_enumerate_error(603);
   http_.Script(200, kOk);
   http_.Script(200, kOk);
-  Connection().Open();
+  ASSERT_EQ(Connection().Open(), 0u);
+  dial_up_.set_enumerate_error(0);
+  dial_up_.connections().push_back({2, "Mobile"});
   connection_.reset();
+  EXPECT_TRUE(questions_.empty());
+  EXPECT_TRUE(dial_up_.hung_up().empty());
+}
+
+TEST_F(ServerConnectionTest, NoHangUpOfferedWhenTheLibraryWasMissingAtTheOpen) {
+  dial_up_.connections() = {{1, "Office"}};
   dial_up_.set_present(false);
   http_.Script(200, kOk);
   http_.Script(200, kOk);
-  Connection().Open();
+  ASSERT_EQ(Connection().Open(), 0u);
+  dial_up_.set_present(true);
+  dial_up_.connections().push_back({2, "Mobile"});
   connection_.reset();
   EXPECT_TRUE(questions_.empty());
+  EXPECT_TRUE(dial_up_.hung_up().empty());
 }
 
 TEST_F(ServerConnectionTest, QuotaWithoutSessionIsZero) {

@@ -16,6 +16,74 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
+// Records scrambled by hand with the key P = 3,0,7,1,6,2,5,4: stored byte k of a block is
+// the complement of plain byte P[k] of that block (0xFF past the record), and the first
+// block holds the complements of '3','0','7','1','6','2','5','4'. Each stored block is
+// commented with the plain block it hides.
+constexpr ScramblePermutation kHandKey = {3, 0, 7, 1, 6, 2, 5, 4};
+struct HandScrambled {
+  const char* what;
+  Bytes plain;
+  Bytes stored;
+};
+const HandScrambled kHandScrambled[] = {
+    {"user taro, password pw (29 bytes: a part block, then the padding block)",
+     {0,   0, 0,   0,   0,  0,   0,   0,    // unused
+      20,  0, 0,   0,   21, 0,   0,   0,    // offsets of the reserved string and the user
+      26,  0, 0,   0,   0,  't', 'a', 'r',  // offset of the password, "", user
+      'o', 0, 'p', 'w', 0},                 // password
+     {0xCC, 0xCF, 0xC8, 0xCE, 0xC9, 0xCD, 0xCA, 0xCB,    // key
+      0xFF, 0xEB, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xEA,    // 20 0 0 0 21 0 0 0
+      0xFF, 0xE5, 0x8D, 0xFF, 0x9E, 0xFF, 0x8B, 0xFF,    // 26 0 0 0 0 t a r
+      0x88, 0x90, 0xFF, 0xFF, 0xFF, 0x8F, 0xFF, 0xFF,    // o 0 p w 0, then past the end
+      0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}},  // padding
+    {"user ab, no password (24 bytes: whole blocks, still a padding block)",
+     {0,    0,    0,    0,    0,  0,   0,   0,   // unused
+      20,   0,    0,    0,    21, 0,   0,   0,   // offsets of the reserved string and the user
+      0xFF, 0xFF, 0xFF, 0xFF, 0,  'a', 'b', 0},  // no password, "", user
+     {0xCC, 0xCF, 0xC8, 0xCE, 0xC9, 0xCD, 0xCA, 0xCB,    // key
+      0xFF, 0xEB, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xEA,    // 20 0 0 0 21 0 0 0
+      0x00, 0x00, 0xFF, 0x00, 0x9D, 0x00, 0x9E, 0xFF,    // FF FF FF FF 0 a b 0
+      0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}},  // padding
+};
+
+TEST(CredentialRecordTest, HandScrambledRecordsMatchBothWays) {
+  for (const HandScrambled& record : kHandScrambled) {
+    SCOPED_TRACE(record.what);
+    EXPECT_EQ(ScrambleCredentialRecord(record.plain, kHandKey), record.stored);
+    Bytes plain;
+    ASSERT_TRUE(UnscrambleCredentialRecord(record.stored, &plain));
+    // Unscrambled, the last plain block comes back filled up with zeros.
+    Bytes expected = record.plain;
+    expected.resize((expected.size() + 7) / 8 * 8, 0);
+    EXPECT_EQ(plain, expected);
+  }
+  Credentials parsed;
+  Bytes plain;
+  ASSERT_TRUE(UnscrambleCredentialRecord(kHandScrambled[0].stored, &plain));
+  ASSERT_TRUE(ParseCredentialRecord(plain, &parsed));
+  EXPECT_TRUE(parsed.user == "taro" && parsed.password == "pw" && parsed.password_stored);
+  EXPECT_EQ(BuildCredentialRecord("taro", "pw", true), kHandScrambled[0].plain);
+  EXPECT_EQ(BuildCredentialRecord("ab", "xy", false), kHandScrambled[1].plain);
+}
+
+TEST(CredentialRecordTest, StoredRecordCarriesTheKeyDrawnFromTheClock) {
+  MemoryRegistry registry;
+  FakeClock clock;
+  Settings settings(registry, clock);
+  for (int round = 0; round < 50; ++round) {
+    clock.Advance(7919 * 1000);
+    const uint32_t seed = static_cast<uint32_t>(clock.UnixSeconds());
+    const ScramblePermutation key = DrawScramblePermutation(seed);
+    ScramblePermutation sorted = key;
+    std::sort(sorted.begin(), sorted.end());
+    ASSERT_EQ(sorted, (ScramblePermutation{0, 1, 2, 3, 4, 5, 6, 7})) << seed;
+    settings.WriteCredentials(CredentialKind::kService, "taro", "pw", true);
+    EXPECT_EQ(registry.Find(RegistryRoot::kCurrentUser, kSettingsKey, "Info")->data,
+              ScrambleCredentialRecord(BuildCredentialRecord("taro", "pw", true), key));
+  }
+}
+
 TEST(CredentialRecordTest, EveryLengthSurvivesTheRegistryRoundTrip) {
   MemoryRegistry registry;
   FakeClock clock;
