@@ -243,13 +243,14 @@ ResultCode ServerSession::SpoolBody(const std::string& path, ResultCode own) {
 
 namespace {
 
-// The whole content of a file, or false.
+// The whole content of a file, or false. In a 32-bit build a string holds less than 4 GiB:
+// a size past what it holds is refused here rather than thrown from resize.
 bool ReadWholeFile(FileSystem& files, const std::string& path, std::string* text) {
   std::unique_ptr<File> file;
   uint64_t size = 0;
   if (files.OpenFile(path, file_access::kRead, file_share::kRead, Disposition::kOpenExisting,
                      &file) != 0 ||
-      file->GetSize(&size) != 0 || size >= UINT32_MAX)
+      file->GetSize(&size) != 0 || size >= UINT32_MAX || size > text->max_size())
     return false;
   text->resize(static_cast<size_t>(size));
   for (size_t done = 0; done < text->size();) {
