@@ -4,6 +4,10 @@ option(QBRK_WERROR "Treat compiler warnings as errors" OFF)
 option(QBRK_SANITIZE "Build native code with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 option(QBRK_FUZZ "Build only the portable core and the libFuzzer targets (clang)" OFF)
 option(QBRK_BENCH "Build the native benchmarks" OFF)
+# libmicrohttpd and pugixml are installed for the build machine's own architecture only, so a
+# 32-bit native build (-m32) cannot link the emulator: it leaves it out, and with it every
+# test program that links it.
+option(QBRK_EMULATOR "Build the native emulator of the service and the tests that link it" ON)
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)

@@ -267,7 +267,7 @@ bool ReadWholeFile(FileSystem& files, const std::string& path, uint64_t limit, s
   uint64_t size = 0;
   if (files.OpenFile(path, file_access::kRead, file_share::kRead, Disposition::kOpenExisting,
                      &file) != 0 ||
-      file->GetSize(&size) != 0 || size > limit)
+      file->GetSize(&size) != 0 || size > limit || size > text->max_size())
     return false;
   text->resize(static_cast<size_t>(size));
   for (size_t done = 0; done < text->size();) {

@@ -193,11 +193,11 @@ class MemoryFileSystem::OpenFileImpl final : public File {
     if (!(opened_.access & file_access::kWrite)) return sys_error::kAccessDenied;
     if (SysError e = fs_.InjectedFault(Op::kWrite, node_->name)) return e;
     const uint64_t end = position_ + size;
-    if (end > node_->data.size() &&
-        fs_.UsedBytes() + (end - node_->data.size()) > fs_.capacity_)
-      return sys_error::kDiskFull;
-    if (end > node_->data.size()) node_->data.resize(end);
-    if (size) std::memcpy(node_->data.data() + position_, data, size);
+    if (end > node_->data.size()) {
+      if (fs_.UsedBytes() + (end - node_->data.size()) > fs_.capacity_) return sys_error::kDiskFull;
+      if (SysError e = Resize(end)) return e;
+    }
+    if (size) std::memcpy(node_->data.data() + static_cast<size_t>(position_), data, size);
     position_ = end;
     node_->last_write_time = fs_.clock_.Now();
     return sys_error::kSuccess;
@@ -237,8 +237,7 @@ class MemoryFileSystem::OpenFileImpl final : public File {
 
   SysError SetEnd() override {
     if (!(opened_.access & file_access::kWrite)) return sys_error::kAccessDenied;
-    node_->data.resize(position_);
-    return sys_error::kSuccess;
+    return Resize(position_);
   }
 
   SysError Flush() override {
@@ -247,6 +246,14 @@ class MemoryFileSystem::OpenFileImpl final : public File {
   }
 
  private:
+  // The content lives in this process's memory: an end past what it can hold (2 GiB in a
+  // 32-bit build) is a full disk, never a size cut down to its low bits.
+  SysError Resize(uint64_t end) {
+    if (end > node_->data.max_size()) return sys_error::kDiskFull;
+    node_->data.resize(static_cast<size_t>(end));
+    return sys_error::kSuccess;
+  }
+
   MemoryFileSystem& fs_;
   NodePtr node_;
   Opened opened_;
