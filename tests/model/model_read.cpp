@@ -44,7 +44,7 @@ std::string FolderPage(const DavCall& call) {
     const std::string suffix = r.folder ? "/" : "";
     html += "<tr><td><a href=\"" + PercentEncode(name, "") + suffix + "\">" +
             XmlSafeShiftJis(name) + suffix + "</a></td><td>" +
-            (r.folder ? std::string() : std::to_string(r.size())) + "</td><td>" + HttpDate(r.time) +
+            (r.folder ? std::string() : std::to_string(r.size())) + "</td><td>" + r.Date() +
             "</td></tr>\n";
   }
   return html + "</table>\n</body></html>\n";
@@ -113,7 +113,7 @@ bool AppendProperty(std::string* out, const DavCall& call, const QName& name, st
   }
   if (local == "getlastmodified" && r != nullptr) {
     *out += "<D:getlastmodified>";
-    AppendHttpDate(out, r->time);
+    *out += r->Date();
     *out += "</D:getlastmodified>";
     return true;
   }
@@ -228,7 +228,7 @@ HandlerResponse DavGet(DavCall& call) {
   const Resource* r = call.state.Find(call.rel);
   if (r == nullptr) return RefusalAnswer({404, "no such resource"});
   HandlerResponse answer;
-  const std::string date = HttpDate(r->time);
+  const std::string& date = r->Date();
   answer.headers.emplace_back("X-Last-Modified", date);
   answer.headers.emplace_back("Last-Modified", date);
   if (r->folder) {
@@ -238,7 +238,7 @@ HandlerResponse DavGet(DavCall& call) {
   }
   answer.headers.emplace_back("ETag", r->ETag());
   answer.headers.emplace_back("Content-Type", ContentTypeOf(call.rel));
-  answer.body = *r->content;  // a HEAD gives its length only
+  answer.body = r->content;  // a HEAD gives its length only
   return answer;
 }
 

@@ -224,7 +224,7 @@ bool ModelService::PutFile(const std::string& path, std::string bytes, uint64_t 
 std::optional<TreeEntry> ModelService::GetFile(const std::string& path) const {
   const Resource* r = state_->Find(path);
   if (r == nullptr || r->folder) return std::nullopt;
-  return TreeEntry{false, *r->content, r->time};
+  return TreeEntry{false, r->content, r->time};
 }
 
 bool ModelService::MakeFolder(const std::string& path, uint64_t time) {
@@ -243,7 +243,7 @@ Tree ModelService::List() const {
   Tree tree;
   for (const auto& [path, r] : state_->resources) {
     if (path.empty()) continue;
-    tree.emplace(path, TreeEntry{r.folder, r.folder ? std::string() : *r.content, r.time});
+    tree.emplace(path, TreeEntry{r.folder, r.content, r.time});
   }
   return tree;
 }

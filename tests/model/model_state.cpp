@@ -28,6 +28,14 @@ std::string Resource::ETag() const {
   return tag + '"';
 }
 
+const std::string& Resource::Date() const {
+  if (date_.empty() || date_of_ != time) {
+    date_ = HttpDate(time);
+    date_of_ = time;
+  }
+  return date_;
+}
+
 uint64_t ModelState::ReadClock() {
   const uint64_t reading = clock ? clock() : fixed_now;
   now = reading - reading % kFileTimeTicksPerSecond;
@@ -76,7 +84,7 @@ void ModelState::InstallFile(const std::string& rel, std::string bytes, uint64_t
   Resource& file = resources[rel];
   used = used - std::min(used, file.size()) + bytes.size();
   file.folder = false;
-  file.content = std::make_shared<const std::string>(std::move(bytes));
+  file.content = std::move(bytes);
   file.time = time;
   file.version = next_version++;
   locks.Materialize(rel);

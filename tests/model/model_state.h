@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,14 +15,21 @@
 
 namespace qbrk::model {
 
-struct Resource {
+class Resource {
+ public:
   bool folder = false;
-  std::shared_ptr<const std::string> content;  // files; shared with listings of the tree
-  uint64_t time = 0;                           // FILETIME, whole seconds
-  uint64_t version = 0;                        // changes with the content or the time
-  uint64_t size() const { return content ? content->size() : 0; }
+  std::string content;   // files
+  uint64_t time = 0;     // FILETIME, whole seconds
+  uint64_t version = 0;  // changes with the content or the time
+  uint64_t size() const { return content.size(); }
   // Strong entity tag of a file.
   std::string ETag() const;
+  // The time as an HTTP date; kept, since every listing writes it again.
+  const std::string& Date() const;
+
+ private:
+  mutable std::string date_;
+  mutable uint64_t date_of_ = 0;
 };
 
 // A file sent in pieces, gathered apart until its last piece arrives; it belongs to the lock

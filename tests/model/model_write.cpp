@@ -97,7 +97,7 @@ HandlerResponse Install(DavCall& call, std::string bytes) {
   HandlerResponse answer;
   answer.status = replaced ? 204 : 201;
   answer.headers.emplace_back("ETag", now.ETag());
-  answer.headers.emplace_back("X-Last-Modified", HttpDate(now.time));
+  answer.headers.emplace_back("X-Last-Modified", now.Date());
   return answer;
 }
 
