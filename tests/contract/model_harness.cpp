@@ -13,6 +13,8 @@
 #include "common/file_time.h"
 #include "emulator/service.h"
 #include "emulator/service_state.h"
+#include "model/model_faults.h"
+#include "model/model_text.h"
 
 namespace qbrk::testing {
 
@@ -34,7 +36,14 @@ class ModelUnderTest final : public ServiceUnderTest {
     }
   }
 
-  HandlerResponse Handle(const HandlerRequest& request) override { return model_.Handle(request); }
+  HandlerResponse Handle(const HandlerRequest& request) override {
+    if (pending_ && request.method == fault_method_ &&
+        model::PercentDecode(request.path) == kModelRoot + fault_rel_) {
+      pending_ = false;
+      return model::HandleWithFault(model_, request, fault_);
+    }
+    return model_.Handle(request);
+  }
   void PutFile(const std::string& path, const std::string& bytes, uint64_t time) override {
     EXPECT_TRUE(model_.PutFile(path, bytes, time)) << path;
   }
@@ -50,6 +59,26 @@ class ModelUnderTest final : public ServiceUnderTest {
   }
   void ReleaseLocks() override { model_.ReleaseLocks(); }
   void SetQuota(uint64_t bytes) override { model_.set_quota(bytes); }
+  void InjectFault(const std::string& method, const std::string& rel,
+                   const std::string& rule) override {
+    const size_t eq = rule.find('=');
+    const std::string key = rule.substr(0, eq);
+    const auto value = static_cast<uint32_t>(std::stoul(rule.substr(eq + 1)));
+    fault_ = model::Fault();
+    if (key == "status") {
+      fault_.kind = model::FaultKind::kStatus;
+      fault_.status = value;
+    } else if (key == "cut-request") {
+      fault_.kind = model::FaultKind::kCutRequest;
+    } else {
+      ASSERT_EQ(key, "cut-response");
+      fault_.kind = model::FaultKind::kCutResponse;
+      fault_.keep_bytes = value;
+    }
+    fault_method_ = method;
+    fault_rel_ = rel;
+    pending_ = true;
+  }
   void Advance(int64_t seconds) override { model_.Advance(seconds); }
   bool IsNow(uint64_t file_time) override { return file_time == model_.Now(); }
 
@@ -62,6 +91,10 @@ class ModelUnderTest final : public ServiceUnderTest {
     return config;
   }
   model::ModelService model_;
+  bool pending_ = false;
+  std::string fault_method_;
+  std::string fault_rel_;
+  model::Fault fault_;
 };
 
 timespec FileTimeToTimespec(uint64_t file_time) {
@@ -167,6 +200,13 @@ class EmulatorUnderTest final : public ServiceUnderTest {
   void SetQuota(uint64_t bytes) override {
     const std::string line = std::string("quota=") + kModelUser + " " + std::to_string(bytes);
     emulator::BufferedResponse r = service_->Handle("POST", "/_emulator/settings", {}, line);
+    EXPECT_EQ(r.status, 200) << r.body;
+  }
+
+  void InjectFault(const std::string& method, const std::string& rel,
+                   const std::string& rule) override {
+    const std::string line = method + " " + kModelRoot + rel + " " + rule + " times=1";
+    emulator::BufferedResponse r = service_->Handle("POST", "/_emulator/faults", {}, line);
     EXPECT_EQ(r.status, 200) << r.body;
   }
 

@@ -31,6 +31,10 @@ class ServiceUnderTest {
   virtual std::string HoldLock(const std::string& path, int64_t seconds, bool infinite) = 0;
   virtual void ReleaseLocks() = 0;
   virtual void SetQuota(uint64_t bytes) = 0;
+  // The next request of `method` on `rel` meets a fault, in the emulator's rule words
+  // ("status=N", "cut-request=N", "cut-response=N").
+  virtual void InjectFault(const std::string& method, const std::string& rel,
+                           const std::string& rule) = 0;
   // Moves the clock that locks expire by.
   virtual void Advance(int64_t seconds) = 0;
   // Whether `file_time` is the service's "now" of the requests made so far (the model's

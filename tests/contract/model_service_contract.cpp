@@ -344,6 +344,28 @@ TEST_P(ModelContract, KeepsToTheQuota) {
   ExpectTree({{"q.txt", File(larger, kNow)}});
 }
 
+// The faults a simulation puts in front of the model leave the disk as the emulator's own
+// fault rules do, and the client meets them the same way.
+TEST_P(ModelContract, MeetsInjectedFaultsAsTheEmulatorDoes) {
+  service_->PutFile("old.txt", "old", kT1);
+  service_->InjectFault("PUT", "old.txt", "cut-request=2");
+  EXPECT_EQ(Upload("new content", "old.txt"), result::kUploadFailed);  // no answer at all
+  service_->InjectFault("PUT", "big.bin", "cut-request=100");
+  EXPECT_EQ(Upload(Pattern(10000, 7), "big.bin", 4096), result::kUploadFailed);
+  Discover("big.bin", result::kLockDiscoveryFailed);  // unlocked: the name is free again
+  service_->InjectFault("GET", "old.txt", "cut-response=1");
+  EXPECT_EQ(Download(Session(), Server("old.txt"), "C:\\got.txt", nullptr),
+            result::kConnectionBroken);
+  EXPECT_FALSE(twin_.files.Exists("C:\\got.txt"));
+  service_->InjectFault("PROPFIND", "", "status=503");
+  List("", result::kServerBusy);
+  service_->InjectFault("PUT", "old.txt", "status=507");
+  EXPECT_EQ(Upload("new content", "old.txt"), result::kServerDiskFull);
+  service_->InjectFault("MKCOL", "made/", "cut-response=0");
+  EXPECT_EQ(MakeFolder(Session(), Server("made/")), 0u);  // the answer had no body to cut
+  ExpectTree({{"old.txt", File("old", kT1)}, {"made", Folder(kNow)}});
+}
+
 TEST_P(ModelContract, ChecksTheServerAndRefusesWrongCredentials) {
   std::string host = "127.0.0.1";
   ASSERT_EQ(Session().CheckServer(kModelRoot, true, &host), 0u);
