@@ -280,10 +280,6 @@ std::string Dav(std::string_view local, std::string_view inner_xml) {
   return xml;
 }
 
-std::string StatusLine(uint32_t status) {
-  return "HTTP/1.1 " + std::to_string(status) + " " + std::string(ReasonPhrase(status));
-}
-
 std::string MultistatusStart(Charset charset) {
   return "<?xml version=\"1.0\" encoding=\"" + std::string(CharsetName(charset)) +
          "\"?>\n<D:multistatus xmlns:D=\"DAV:\" xmlns:F=\"" + kVendorNamespace + "\">\n";

@@ -59,8 +59,6 @@ std::string Element(const QName& name, std::string_view inner_xml);
 // <D:local>inner</D:local>
 std::string Dav(std::string_view local, std::string_view inner_xml);
 
-// "HTTP/1.1 200 OK" and the like, for status elements.
-std::string StatusLine(uint32_t status);
 // The XML declaration and the opening tag of a multistatus answer.
 std::string MultistatusStart(Charset charset);
 inline constexpr char kMultistatusEnd[] = "</D:multistatus>\n";
