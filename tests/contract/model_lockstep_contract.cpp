@@ -26,7 +26,7 @@ namespace qbrk::testing {
 namespace {
 
 constexpr uint32_t kUnit = 4096;
-constexpr int kOperations = 60;
+constexpr int kOperations = 100;
 const char* const kFiles[] = {"a.txt",     "表.txt",   "ソ/十.bin",
                               "ソ/ポ.txt", "能/x.txt", "能/深/y.txt"};
 const char* const kFolders[] = {"ソ", "能", "能/深"};
@@ -274,7 +274,7 @@ TEST_P(ModelLockstep, AnswersAsTheEmulatorDoes) {
   EXPECT_EQ(model.http.misuses() + emulator.http.misuses(), 0u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, ModelLockstep, ::testing::Range(1u, 9u));
+INSTANTIATE_TEST_SUITE_P(Seeds, ModelLockstep, ::testing::Range(1u, 17u));
 
 }  // namespace
 }  // namespace qbrk::testing
