@@ -208,6 +208,16 @@ TEST_P(ModelContract, UploadsLargeFilesInPiecesUnderALock) {
   ExpectTree({{"大きい.bin", File(other, kNow)}, {"丁度.bin", File(exact, kNow)}});
 }
 
+// Our client escapes only "%" and "#": what follows a "?" in a name is a query to the
+// service, and the file gets the name before it.
+TEST_P(ModelContract, ANameWithAQuestionMarkLosesItsTail) {
+  ASSERT_EQ(Upload("q", "what?.txt"), 0u);
+  ExpectTree({{"what", File("q", kNow)}});
+  const std::vector<Item> listed = List("");
+  ASSERT_EQ(listed.size(), 1u);
+  EXPECT_EQ(listed[0].name, "what");
+}
+
 TEST_P(ModelContract, MakesEmptiesAndDeletesFolders) {
   ASSERT_EQ(MakeFolder(Session(), Server("新しい/")), 0u);
   EXPECT_EQ(MakeFolder(Session(), Server("新しい/")), result::kMkcolFailed);  // 405

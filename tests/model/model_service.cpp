@@ -101,9 +101,9 @@ Refusal Authenticate(ModelState& state, const HandlerRequest& request) {
   return {};
 }
 
-HandlerResponse Dispatch(ModelState& state, const HandlerRequest& request) {
+HandlerResponse Dispatch(ModelState& state, const HandlerRequest& request, std::string_view path) {
   DiskTarget target;
-  const Refusal bad_target = ParseDiskTarget(request.path, &target);
+  const Refusal bad_target = ParseDiskTarget(path, &target);
   if (Refusal r = Authenticate(state, request)) {
     HandlerResponse answer = RefusalAnswer(r);
     if (r.status == 401) {
@@ -180,8 +180,11 @@ HandlerResponse ModelService::Handle(const HandlerRequest& request) {
   HandlerResponse answer;
   state_->ReadClock();
   try {
-    if (request.path.starts_with("/~")) {
-      answer = Dispatch(*state_, request);
+    // A query is no part of the path: the service's HTTP server takes it off. Our client
+    // escapes no "?", so a name holding one loses what follows it.
+    const std::string_view path = std::string_view(request.path).substr(0, request.path.find('?'));
+    if (path.starts_with("/~")) {
+      answer = Dispatch(*state_, request, path);
       AddServiceHeaders(*state_, request, &answer);
     } else {
       answer = RefusalAnswer({404, "nothing here"});
