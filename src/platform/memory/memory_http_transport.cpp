@@ -121,8 +121,16 @@ class MemoryHttpTransport::Request final : public HttpRequest {
  public:
   enum class State { kOpened, kBegun, kSent, kFailed };
 
-  Request(MemoryHttpTransport& transport, size_t index, ScriptedReply reply, bool by_handler)
-      : transport_(transport), index_(index), reply_(std::move(reply)), by_handler_(by_handler) {
+  // `index` is the request's place in the transport's record, or kUnrecorded when the request
+  // keeps `sent` itself.
+  static constexpr size_t kUnrecorded = static_cast<size_t>(-1);
+  Request(MemoryHttpTransport& transport, size_t index, SentRequest sent, ScriptedReply reply,
+          bool by_handler)
+      : transport_(transport),
+        index_(index),
+        own_(std::move(sent)),
+        reply_(std::move(reply)),
+        by_handler_(by_handler) {
     ++transport_.open_requests_;
   }
   ~Request() override { --transport_.open_requests_; }
@@ -240,7 +248,7 @@ class MemoryHttpTransport::Request final : public HttpRequest {
   }
 
  private:
-  SentRequest& record() { return transport_.requests_[index_]; }
+  SentRequest& record() { return index_ == kUnrecorded ? own_ : transport_.requests_[index_]; }
 
   uint64_t BodyLength() const {
     const RepeatedBody& more = reply_.repeated_body;
@@ -308,8 +316,29 @@ class MemoryHttpTransport::Request final : public HttpRequest {
       request.headers.emplace_back(line.substr(0, colon),
                                    std::string(Trim(std::string_view(line).substr(colon + 1))));
     }
-    request.body = record().body;
+    // Lent to the handler, which sees it as const, and taken back: bodies are not copied.
+    request.body = std::move(record().body);
     HandlerResponse response = transport_.handler_(request);
+    record().body = std::move(request.body);
+    switch (response.fail_at) {
+      case FailStep::kNone:
+        break;
+      case FailStep::kSend:
+      case FailStep::kEnd:
+        // The step that delivered the request reports the failure; no answer came.
+        state_ = State::kFailed;
+        return response.error;
+      case FailStep::kStatus:
+      case FailStep::kRead:
+        reply_.fail_at = response.fail_at;
+        reply_.error = response.error;
+        reply_.fail_after_bytes = response.fail_after_bytes;
+        break;
+      default:
+        // Those steps ran before the handler was asked.
+        ++transport_.misuses_;
+        break;
+    }
     // A server that hangs up is not reported as an error by WinINet (as Wine's shows it):
     // during the request the send still succeeds and there is no answer at all (status 0,
     // an empty header block, no body); during the answer the body simply ends early.
@@ -332,6 +361,7 @@ class MemoryHttpTransport::Request final : public HttpRequest {
 
   MemoryHttpTransport& transport_;
   size_t index_;
+  SentRequest own_;  // the request's record when the transport keeps none
   ScriptedReply reply_;
   bool by_handler_;
   State state_ = State::kOpened;
@@ -354,8 +384,13 @@ class MemoryHttpTransport::Connection final : public HttpConnection {
     sent.method = std::string(method);
     sent.path = std::string(path);
     sent.flags = flags;
-    transport_.requests_.push_back(std::move(sent));
-    const size_t index = transport_.requests_.size() - 1;
+    ++transport_.request_count_;
+    size_t index = Request::kUnrecorded;
+    if (transport_.recording_) {
+      transport_.requests_.push_back(std::move(sent));
+      sent = SentRequest();
+      index = transport_.requests_.size() - 1;
+    }
 
     ScriptedReply reply;
     bool by_handler = false;
@@ -369,7 +404,8 @@ class MemoryHttpTransport::Connection final : public HttpConnection {
       return net_error::kCannotConnect;
     }
     if (reply.fail_at == FailStep::kOpen) return reply.error;
-    *request = std::make_unique<Request>(transport_, index, std::move(reply), by_handler);
+    *request =
+        std::make_unique<Request>(transport_, index, std::move(sent), std::move(reply), by_handler);
     return 0;
   }
 

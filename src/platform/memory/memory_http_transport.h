@@ -1,7 +1,8 @@
 // An in-memory HTTP transport. Each request is answered either by the next scripted reply
 // (status, headers, body, or a network error at a chosen step) or, when no reply is queued,
-// by an in-process request handler (an emulator of the service). Every request is recorded
-// exactly as the client framed it, so tests can compare the bytes a client "sent".
+// by an in-process request handler (an emulator or a model of the service). Every request is
+// recorded exactly as the client framed it, so tests can compare the bytes a client "sent";
+// a run that sends millions of requests can turn the record off.
 //
 // It is strict about the order of a request's steps: a step after a failed send, a write
 // without a begun send, a status before sending... is refused with 12019 and counted as a
@@ -16,6 +17,7 @@
 #include <vector>
 
 #include "platform/http_transport.h"
+#include "platform/memory/http_handler.h"
 
 namespace qbrk {
 
@@ -46,17 +48,6 @@ struct SentRequest {
   std::string Header(std::string_view name) const;
 };
 
-// Body bytes described rather than held, so that a test can answer gigabytes: `chunk` over
-// and over (the last repetition cut short) until `length` bytes have come. They follow the
-// answer's `body`; an empty chunk adds nothing.
-struct RepeatedBody {
-  std::string chunk;
-  uint64_t length = 0;
-};
-
-// The step at which a scripted reply makes the request fail.
-enum class FailStep { kNone, kOpen, kAddHeaders, kSend, kWrite, kEnd, kStatus, kRead };
-
 struct ScriptedReply {
   uint32_t status = 200;
   std::string headers;  // "Name: value\r\n" lines, after the status line
@@ -73,24 +64,6 @@ struct ScriptedReply {
   // std::length_error past std::string::max_size(), else std::bad_alloc.
   uint64_t padding_header_bytes = 0;
 };
-
-// The request as a handler sees it (the path still escaped as sent).
-struct HandlerRequest {
-  std::string method;
-  std::string path;
-  std::vector<std::pair<std::string, std::string>> headers;
-  std::string body;
-};
-struct HandlerResponse {
-  uint32_t status = 200;
-  std::vector<std::pair<std::string, std::string>> headers;
-  std::string body;
-  // The server dropped the connection: during the request when `status` is 0, else after
-  // `body` (the part of the answer's body that came before the cut).
-  bool connection_cut = false;
-  RepeatedBody repeated_body = {};  // after `body`
-};
-using RequestHandler = std::function<HandlerResponse(const HandlerRequest& request)>;
 
 // A call of InternetErrorDlg.
 struct ErrorDialogCall {
@@ -130,7 +103,11 @@ class MemoryHttpTransport final : public HttpTransport {
   // The result InternetErrorDlg gives (0: the user accepted the certificate).
   void set_error_dialog_answer(uint32_t answer) { error_dialog_answer_ = answer; }
 
+  // Whether requests() keeps every request (the default). Off, only the count is kept.
+  void set_recording(bool on) { recording_ = on; }
   const std::vector<SentRequest>& requests() const { return requests_; }
+  // Requests opened so far, recorded or not.
+  size_t request_count() const { return request_count_; }
   // Every request's Wire(), in order.
   std::string Transcript() const;
   const std::vector<std::string>& agents() const { return agents_; }
@@ -164,6 +141,8 @@ class MemoryHttpTransport final : public HttpTransport {
   SysError attempt_connect_error_ = 0;
   uint16_t listening_port_ = 0;
   uint32_t error_dialog_answer_ = 0;
+  bool recording_ = true;
+  size_t request_count_ = 0;
   size_t unanswered_ = 0;
   size_t misuses_ = 0;
   size_t open_requests_ = 0;

@@ -187,6 +187,80 @@ TEST_F(MemoryHttpTransportTest, DescribedBodiesAndHeaderBlocks) {
   EXPECT_THROW(request->QueryRawHeaders(HeaderBlock::kResponse, &text), std::length_error);
 }
 
+TEST_F(MemoryHttpTransportTest, HandlerFailsARequestWhereWinInetWouldReportIt) {
+  HandlerResponse next;
+  http_.set_handler([&](const HandlerRequest&) { return next; });
+
+  // The step that delivered the request fails, whichever it was; no answer follows.
+  next.fail_at = FailStep::kEnd;
+  next.error = 12002;
+  auto request = Open("DELETE");
+  EXPECT_EQ(request->Send({}), 12002u);
+  uint32_t status = 0;
+  EXPECT_EQ(request->QueryStatus(&status), 12019u);  // a misuse: the send failed
+  next.fail_at = FailStep::kSend;
+  next.error = 12031;
+  request = Open("PUT");
+  ASSERT_EQ(request->BeginSend(2), 0u);
+  ASSERT_EQ(request->Write("ab", 2), 0u);
+  EXPECT_EQ(request->EndSend(), 12031u);
+  EXPECT_TRUE(http_.requests().back().sent) << "it reached the server";
+  EXPECT_EQ(http_.requests().back().body, "ab");
+  EXPECT_EQ(http_.misuses(), 1u);
+
+  // The status query, or the body after some bytes.
+  next = HandlerResponse{200, {}, "0123456789"};
+  next.fail_at = FailStep::kStatus;
+  next.error = 12030;
+  request = Open("GET");
+  ASSERT_EQ(request->Send({}), 0u);
+  EXPECT_EQ(request->QueryStatus(&status), 12030u);
+  next.fail_at = FailStep::kRead;
+  next.error = 12002;
+  next.fail_after_bytes = 3;
+  request = Open("GET");
+  ASSERT_EQ(request->Send({}), 0u);
+  char buffer[8];
+  uint32_t got = 0;
+  ASSERT_EQ(request->Read(buffer, sizeof buffer, &got), 0u);
+  EXPECT_EQ(std::string(buffer, got), "012");
+  EXPECT_EQ(request->Read(buffer, sizeof buffer, &got), 12002u);
+
+  // Steps before the delivery ran before the handler did: naming one is a mistake.
+  next.fail_at = FailStep::kWrite;
+  request = Open("GET");
+  EXPECT_EQ(request->Send({}), 0u);
+  EXPECT_EQ(http_.misuses(), 2u);
+}
+
+TEST_F(MemoryHttpTransportTest, RecordingCanBeTurnedOff) {
+  http_.set_handler([](const HandlerRequest& request) {
+    return HandlerResponse{201, {}, request.body + "!"};
+  });
+  http_.set_recording(false);
+  for (int i = 0; i < 3; ++i) {
+    auto request = Open("PUT");
+    ASSERT_EQ(request->AddHeaders("Depth: 0", HeaderMode::kAddIfNew), 0u);
+    ASSERT_EQ(request->BeginSend(1), 0u);
+    ASSERT_EQ(request->Write("x", 1), 0u);
+    ASSERT_EQ(request->EndSend(), 0u);
+    std::string block;
+    ASSERT_EQ(request->QueryRawHeaders(HeaderBlock::kRequest, &block), 0u);
+    // The request keeps its own record: the body it sent is still known.
+    EXPECT_NE(block.find("\r\nContent-Length: 1\r\n"), std::string::npos) << block;
+    char buffer[4];
+    uint32_t got = 0;
+    ASSERT_EQ(request->Read(buffer, sizeof buffer, &got), 0u);
+    EXPECT_EQ(std::string(buffer, got), "x!");
+  }
+  EXPECT_TRUE(http_.requests().empty());
+  EXPECT_EQ(http_.request_count(), 3u);
+  http_.set_recording(true);
+  auto request = Open("GET");
+  EXPECT_EQ(http_.requests().size(), 1u);
+  EXPECT_EQ(http_.request_count(), 4u);
+}
+
 TEST(ScriptedDialogLinkTest, AnswersRecordsAndDetaches) {
   ScriptedDialogLink link;
   link.OnMessage(1090,

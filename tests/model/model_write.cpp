@@ -1,0 +1,247 @@
+// PROPPATCH, MKCOL, DELETE and PUT (whole, and in pieces under a lock).
+#include <algorithm>
+
+#include "model_methods.h"
+#include "model_xml.h"
+#include "protocol/http_date.h"
+#include "protocol/service.h"
+
+namespace qbrk::model {
+
+namespace {
+
+constexpr std::string_view kLiveProperties[] = {
+    "resourcetype",   "getlastmodified", "getcontentlength", "getetag",
+    "getcontenttype", "lockdiscovery",   "supportedlock",    "creationdate"};
+
+bool IsLiveProperty(const QName& name) {
+  if (name.ns == kVendorNamespace) return true;
+  if (name.ns != kDavNamespace) return false;
+  for (std::string_view live : kLiveProperties) {
+    if (name.local == live) return true;
+  }
+  return false;
+}
+
+HandlerResponse Locked() {
+  return RefusalAnswer({423, "the resource is locked"});
+}
+
+// Only the exact 29-character form with the right weekday, as the service takes it.
+std::optional<uint64_t> ExactHttpDate(std::string_view text) {
+  uint64_t file_time = 0;
+  if (!ParseHttpDate(text, &file_time) || HttpDate(file_time) != text) return std::nullopt;
+  return file_time;
+}
+
+HandlerResponse PropPatchAnswer(const DavCall& call, const std::vector<PropPatchOperation>& ops,
+                                const std::vector<uint32_t>& statuses) {
+  std::string xml = MultistatusStart(call.charset) + "<D:response><D:href>" +
+                    call.Href(call.rel, call.state.IsFolder(call.rel)) + "</D:href>";
+  for (const uint32_t status : {200u, 403u, 409u, 424u}) {
+    std::string props;
+    for (size_t i = 0; i < ops.size(); ++i) {
+      if (statuses[i] == status) props += EmptyElement(ops[i].name);
+    }
+    if (!props.empty()) xml += PropstatXml(props, status);
+  }
+  xml += "</D:response>\n";
+  xml += kMultistatusEnd;
+  return XmlAnswer(207, std::move(xml), call.charset);
+}
+
+std::optional<uint64_t> ParseDecimal(std::string_view text) {
+  if (text.empty() || text.size() > 19) return std::nullopt;  // 19 digits always fit
+  uint64_t value = 0;
+  for (const char c : text) {
+    if (c < '0' || c > '9') return std::nullopt;
+    value = value * 10 + static_cast<uint64_t>(c - '0');
+  }
+  return value;
+}
+
+struct ContentRange {
+  uint64_t first = 0;
+  uint64_t last = 0;
+  uint64_t total = 0;
+  uint64_t length() const { return last - first + 1; }
+};
+
+// "bytes first-last/total"
+std::optional<ContentRange> ParseContentRange(std::string_view value) {
+  constexpr std::string_view kUnit = "bytes ";
+  if (value.substr(0, kUnit.size()) != kUnit) return std::nullopt;
+  value.remove_prefix(kUnit.size());
+  const size_t dash = value.find('-');
+  const size_t slash = value.find('/');
+  if (dash == std::string_view::npos || slash == std::string_view::npos || slash < dash) {
+    return std::nullopt;
+  }
+  const auto first = ParseDecimal(value.substr(0, dash));
+  const auto last = ParseDecimal(value.substr(dash + 1, slash - dash - 1));
+  const auto total = ParseDecimal(value.substr(slash + 1));
+  if (!first || !last || !total || *first > *last || *last >= *total) return std::nullopt;
+  return ContentRange{*first, *last, *total};
+}
+
+// Puts a complete file in place of the resource: 201 new, 204 replaced.
+HandlerResponse Install(DavCall& call, std::string bytes) {
+  ModelState& state = call.state;
+  const Resource* old = state.Find(call.rel);
+  if (!state.Fits(old ? old->size() : 0, bytes.size())) {
+    return RefusalAnswer({507, "quota exceeded"});
+  }
+  const bool replaced = old != nullptr;
+  state.InstallFile(call.rel, std::move(bytes), state.Now(), true);
+  const Resource& now = *state.Find(call.rel);
+  HandlerResponse answer;
+  answer.status = replaced ? 204 : 201;
+  answer.headers.emplace_back("ETag", now.ETag());
+  answer.headers.emplace_back("X-Last-Modified", now.Date());
+  return answer;
+}
+
+// One piece of a file sent under the lock `token`. The first piece (from 0) starts the upload
+// afresh; each next one must start where the previous ended.
+HandlerResponse PutPiece(DavCall& call, const ContentRange& range, const std::string& token) {
+  ModelState& state = call.state;
+  StagedUpload* upload = state.FindUpload(token, call.rel);
+  if (range.first > 0 &&
+      (upload == nullptr || upload->bytes.size() != range.first || upload->total != range.total)) {
+    return RefusalAnswer({409, "this piece does not continue an upload in progress"});
+  }
+  if (call.request.body.size() != range.length()) {
+    return RefusalAnswer({400, "the body does not match Content-Range"});
+  }
+  if (range.first == 0) {
+    if (upload == nullptr) {
+      upload = &state.staging.emplace_back(StagedUpload{token, call.rel, range.total, {}});
+    }
+    upload->total = range.total;
+    upload->bytes = call.request.body;
+  } else {
+    upload->bytes += call.request.body;
+  }
+  if (upload->bytes.size() < upload->total) {
+    HandlerResponse answer;
+    answer.status = 204;
+    return answer;
+  }
+  std::string bytes = std::move(upload->bytes);
+  std::erase_if(state.staging, [&](const StagedUpload& u) { return &u == upload; });
+  return Install(call, std::move(bytes));
+}
+
+}  // namespace
+
+HandlerResponse DavProppatch(DavCall& call) {
+  if (!call.state.Find(call.rel)) return RefusalAnswer({404, "no such resource"});
+  std::vector<PropPatchOperation> ops;
+  if (Refusal r = ReadPropPatch(call.request.body, &ops)) return RefusalAnswer(r);
+  if (!call.Permits(call.rel, {})) return Locked();
+  // The time can be set; the other computed properties cannot, and a request that touches
+  // one of them changes nothing at all.
+  std::vector<uint32_t> statuses;
+  std::optional<uint64_t> modified;
+  bool refused = false;
+  bool dead = false;
+  for (const PropPatchOperation& op : ops) {
+    uint32_t status = 200;
+    if (op.name.Is(kDavNamespace, "getlastmodified") && !op.remove) {
+      modified = ExactHttpDate(op.text);
+      if (!modified) return RefusalAnswer({400, "getlastmodified is not an HTTP date"});
+    } else if (IsLiveProperty(op.name)) {
+      status = 403;
+      refused = true;
+    } else {
+      dead = true;
+    }
+    statuses.push_back(status);
+  }
+  if (refused) {
+    for (uint32_t& status : statuses)
+      status = status == 200 ? 424 : status;
+    return PropPatchAnswer(call, ops, statuses);
+  }
+  if (dead) return RefusalAnswer({501, "the model keeps no dead properties"});
+  if (modified) {
+    Resource& r = call.state.resources[call.rel];
+    r.time = *modified;
+    r.version = call.state.next_version++;
+  }
+  return PropPatchAnswer(call, ops, statuses);
+}
+
+HandlerResponse DavMkcol(DavCall& call) {
+  ModelState& state = call.state;
+  if (!call.request.body.empty()) return RefusalAnswer({415, "MKCOL takes no body"});
+  if (state.Find(call.rel)) return RefusalAnswer({405, "the resource exists"});
+  if (!state.IsFolder(ParentOf(call.rel))) {
+    return RefusalAnswer({409, "the parent folder does not exist"});
+  }
+  if (!IsCreatableName(NameOf(call.rel)))
+    return RefusalAnswer({400, "control characters in a name"});
+  if (!call.Permits(call.rel, {.membership = true})) return Locked();
+  state.MakeFolder(call.rel, state.Now(), true);
+  HandlerResponse answer;
+  answer.status = 201;
+  return answer;
+}
+
+HandlerResponse DavDelete(DavCall& call) {
+  if (call.rel.empty()) return RefusalAnswer({403, "the disk root cannot be deleted"});
+  const auto depth = ParseDepth(call, -1);
+  if (!depth || *depth != -1) return RefusalAnswer({400, "DELETE is always recursive"});
+  if (!call.state.Find(call.rel)) return RefusalAnswer({404, "no such resource"});
+  if (!call.Permits(call.rel, {.membership = true, .subtree = true})) return Locked();
+  call.state.RemoveTree(call.rel, true);
+  HandlerResponse answer;
+  answer.status = 204;
+  return answer;
+}
+
+HandlerResponse DavPut(DavCall& call) {
+  ModelState& state = call.state;
+  state.ExpireLocks();
+  const Resource* node = state.Find(call.rel);
+  if (call.rel.empty() || call.trailing_slash || (node != nullptr && node->folder)) {
+    return RefusalAnswer({405, "PUT cannot write a folder"});
+  }
+  if (!state.IsFolder(ParentOf(call.rel))) {
+    return RefusalAnswer({409, "the parent folder does not exist"});
+  }
+  if (node == nullptr && !IsCreatableName(NameOf(call.rel))) {
+    return RefusalAnswer({400, "control characters in a name"});
+  }
+  if (Refusal r = call.CheckIf()) return RefusalAnswer(r);
+  if (!call.Permits(call.rel, {.membership = node == nullptr})) return Locked();
+  std::optional<uint64_t> length;
+  if (const auto header = call.Header("Content-Length")) {
+    length = ParseDecimal(*header);
+    if (!length) return RefusalAnswer({400, "bad Content-Length"});
+  }
+  std::optional<ContentRange> range;
+  std::string token;
+  if (const auto header = call.Header("Content-Range")) {
+    range = ParseContentRange(*header);
+    if (!range) return RefusalAnswer({400, "bad Content-Range"});
+    if (length && *length != range->length()) {
+      return RefusalAnswer({400, "Content-Length does not match Content-Range"});
+    }
+    for (const Lock* held : state.locks.Covering(call.rel)) {
+      if (std::find(call.tokens.begin(), call.tokens.end(), held->token) != call.tokens.end()) {
+        token = held->token;
+        break;
+      }
+    }
+    if (token.empty()) return RefusalAnswer({412, "a file sent in pieces must be locked first"});
+  }
+  const std::optional<uint64_t> size = range ? std::optional(range->total) : length;
+  if (size && !state.Fits(node ? node->size() : 0, *size)) {
+    return RefusalAnswer({507, "quota exceeded"});
+  }
+  if (range) return PutPiece(call, *range, token);
+  return Install(call, call.request.body);
+}
+
+}  // namespace qbrk::model
