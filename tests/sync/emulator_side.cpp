@@ -1,3 +1,4 @@
+#ifdef QBRK_WITH_EMULATOR
 #include <fcntl.h>
 #include <stdlib.h>
 #include <sys/stat.h>
@@ -86,5 +87,32 @@ class EmulatorSide final : public ServerSide {
 }  // namespace
 
 std::unique_ptr<ServerSide> MakeEmulatorSide() { return std::make_unique<EmulatorSide>(); }
+
+}  // namespace qbrk::testing
+#else
+#include "server_side.h"
+
+namespace qbrk::testing {
+std::unique_ptr<ServerSide> MakeEmulatorSide() { return nullptr; }
+}  // namespace qbrk::testing
+#endif
+
+namespace qbrk::testing {
+
+std::unique_ptr<ServerSide> MakeServerSide(ServerKind kind) {
+  return kind == ServerKind::kEmulator ? MakeEmulatorSide() : MakeModelSide();
+}
+
+std::vector<ServerKind> AvailableServerKinds() {
+#ifdef QBRK_WITH_EMULATOR
+  return {ServerKind::kEmulator, ServerKind::kModel};
+#else
+  return {ServerKind::kModel};
+#endif
+}
+
+std::string ServerKindName(ServerKind kind) {
+  return kind == ServerKind::kEmulator ? "Emulator" : "Model";
+}
 
 }  // namespace qbrk::testing

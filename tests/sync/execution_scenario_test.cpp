@@ -29,7 +29,7 @@ class ExecutionScenarioTest : public SyncScenario {
   }
 };
 
-TEST_F(ExecutionScenarioTest, AFailedUploadKeepsWhatWasDoneBeforeIt) {
+TEST_P(ExecutionScenarioTest, AFailedUploadKeepsWhatWasDoneBeforeIt) {
   for (const char* name : {"a.txt", "b.txt", "c.txt"}) LocalFile(name, name);
   int puts = 0;
   intercept_ = [&](const HandlerRequest& request) {
@@ -46,7 +46,7 @@ TEST_F(ExecutionScenarioTest, AFailedUploadKeepsWhatWasDoneBeforeIt) {
   ExpectInStep();
 }
 
-TEST_F(ExecutionScenarioTest, StatusesAndBrokenConnectionsEndTheRunWithTheirCodes) {
+TEST_P(ExecutionScenarioTest, StatusesAndBrokenConnectionsEndTheRunWithTheirCodes) {
   const std::pair<uint32_t, ResultCode> cases[] = {{404, 73}, {409, 73}, {503, 80}, {507, 71}};
   for (const auto& [status, code] : cases) {
     LocalFile("f.txt", "x" + std::to_string(status));
@@ -73,7 +73,7 @@ TEST_F(ExecutionScenarioTest, StatusesAndBrokenConnectionsEndTheRunWithTheirCode
   ExpectInStep();
 }
 
-TEST_F(ExecutionScenarioTest, ACancelBetweenTwoFilesKeepsTheFirst) {
+TEST_P(ExecutionScenarioTest, ACancelBetweenTwoFilesKeepsTheFirst) {
   LocalFile("a.txt", "a");
   LocalFile("b.txt", "b");
   ScriptedDialogLink link;
@@ -89,7 +89,7 @@ TEST_F(ExecutionScenarioTest, ACancelBetweenTwoFilesKeepsTheFirst) {
   EXPECT_EQ(RecordTree(), "a.txt 1\n");
 }
 
-TEST_F(ExecutionScenarioTest, AFileInTheWayOfAFolderGives99WithTheFoldersName) {
+TEST_P(ExecutionScenarioTest, AFileInTheWayOfAFolderGives99WithTheFoldersName) {
   ServerFile("docs/a.txt", "a");
   ASSERT_EQ(Sync(), 0u);
   ServerFile("new/b.txt", "b");
@@ -104,7 +104,7 @@ TEST_F(ExecutionScenarioTest, AFileInTheWayOfAFolderGives99WithTheFoldersName) {
   EXPECT_EQ(LocalContent("new"), "in the way");
 }
 
-TEST_F(ExecutionScenarioTest, ASecondWalkOverAnExecutedPlanDoesNothing) {
+TEST_P(ExecutionScenarioTest, ASecondWalkOverAnExecutedPlanDoesNothing) {
   LocalFile("a.txt", "a");
   ServerFile("b.txt", "b");
   std::unique_ptr<ServerSession> session = OpenSession();
@@ -120,7 +120,7 @@ TEST_F(ExecutionScenarioTest, ASecondWalkOverAnExecutedPlanDoesNothing) {
   session->CloseSession();
 }
 
-TEST_F(ExecutionScenarioTest, ADownloadNeverReplacesAFileEditedDuringTheRun) {
+TEST_P(ExecutionScenarioTest, ADownloadNeverReplacesAFileEditedDuringTheRun) {
   Start({"a.txt", "b.txt"});
   ServerFile("a.txt", "server edit", kBaseSeconds + 3600);
   ServerFile("c.txt", "new on the server", kBaseSeconds + 3600);
@@ -145,7 +145,7 @@ TEST_F(ExecutionScenarioTest, ADownloadNeverReplacesAFileEditedDuringTheRun) {
   ExpectInStep();
 }
 
-TEST_F(ExecutionScenarioTest, ALocalDeletionSparesWhatChangedOrAppearedAfterTheScan) {
+TEST_P(ExecutionScenarioTest, ALocalDeletionSparesWhatChangedOrAppearedAfterTheScan) {
   Start({"keep.txt", "docs/a.txt", "docs/b.txt"});
   server().Remove("keep.txt");
   server().Remove("docs");
@@ -167,7 +167,7 @@ TEST_F(ExecutionScenarioTest, ALocalDeletionSparesWhatChangedOrAppearedAfterTheS
   ExpectInStep();
 }
 
-TEST_F(ExecutionScenarioTest, AnUploadRecordsWhatItSentNotWhatTheFileBecame) {
+TEST_P(ExecutionScenarioTest, AnUploadRecordsWhatItSentNotWhatTheFileBecame) {
   LocalFile("a.txt", "first");
   // Another program holds the file open for writing, so the upload shares it and the user
   // saves again while it is sent.
@@ -197,7 +197,7 @@ TEST_F(ExecutionScenarioTest, AnUploadRecordsWhatItSentNotWhatTheFileBecame) {
   ExpectInStep();
 }
 
-TEST_F(ExecutionScenarioTest, CheckpointsKeepWhatAnAbandonedRunCompleted) {
+TEST_P(ExecutionScenarioTest, CheckpointsKeepWhatAnAbandonedRunCompleted) {
   for (int i = 0; i < 8; ++i) LocalFile("f" + std::to_string(i) + ".txt", "content");
   int puts = 0;
   intercept_ = [&](const HandlerRequest& request) -> std::unique_ptr<HandlerResponse> {
@@ -220,7 +220,7 @@ TEST_F(ExecutionScenarioTest, CheckpointsKeepWhatAnAbandonedRunCompleted) {
   prompt_.answers.clear();
 }
 
-TEST_F(ExecutionScenarioTest, AnUnreadableRecordMakesEverythingNewAndLosesNothing) {
+TEST_P(ExecutionScenarioTest, AnUnreadableRecordMakesEverythingNewAndLosesNothing) {
   Start({"a.txt", "b.txt"});
   ASSERT_EQ(files_.SetAttributes(TablePath(), 0), 0u);
   ASSERT_TRUE(files_.WriteWholeFile(TablePath(), "not a table"));
@@ -231,6 +231,8 @@ TEST_F(ExecutionScenarioTest, AnUnreadableRecordMakesEverythingNewAndLosesNothin
   EXPECT_EQ(ServerTreeText(), "a.txt=local edit\nb.txt=v1\n");
   ExpectInStep();
 }
+
+QBRK_SCENARIOS_ON_EVERY_SERVER(ExecutionScenarioTest);
 
 }  // namespace
 }  // namespace qbrk::testing

@@ -14,7 +14,7 @@ const std::string kJu = "\x8F\x5C";
 
 class FirstSyncTest : public SyncScenario {};
 
-TEST_F(FirstSyncTest, NewOnEachSideMeetsInTheMiddle) {
+TEST_P(FirstSyncTest, NewOnEachSideMeetsInTheMiddle) {
   LocalFile("Report.TXT", "local report");
   LocalFile(kSo + kHyo + "/" + kNou + ".txt", "sjis");
   LocalFolder("empty-local");
@@ -54,7 +54,7 @@ TEST_F(FirstSyncTest, NewOnEachSideMeetsInTheMiddle) {
   ExpectInStep();
 }
 
-TEST_F(FirstSyncTest, UploadTimeIsCutToWholeSecondsOnTheServerOnly) {
+TEST_P(FirstSyncTest, UploadTimeIsCutToWholeSecondsOnTheServerOnly) {
   LocalFile("noon.txt", "x", FileTimeOf(kBaseSeconds) + 7 * kSecond / 10);
   ASSERT_EQ(Sync(), 0u);
   const FileRecord record = RecordOf("noon.txt");
@@ -65,7 +65,7 @@ TEST_F(FirstSyncTest, UploadTimeIsCutToWholeSecondsOnTheServerOnly) {
   ExpectInStep();
 }
 
-TEST_F(FirstSyncTest, AHundredNanosecondsOrOneByteIsAChange) {
+TEST_P(FirstSyncTest, AHundredNanosecondsOrOneByteIsAChange) {
   LocalFile("a.txt", "one");
   LocalFile("b.txt", "two");
   ASSERT_EQ(Sync(), 0u);
@@ -84,7 +84,7 @@ TEST_F(FirstSyncTest, AHundredNanosecondsOrOneByteIsAChange) {
   ExpectInStep();
 }
 
-TEST_F(FirstSyncTest, DotNamesAndExcludedExtensionsStayOnTheirSide) {
+TEST_P(FirstSyncTest, DotNamesAndExcludedExtensionsStayOnTheirSide) {
   LocalFile(".hidden", "h");
   LocalFile("temp.$$$", "t");
   LocalFile("old.$$$/inside.txt", "i");
@@ -98,6 +98,8 @@ TEST_F(FirstSyncTest, DotNamesAndExcludedExtensionsStayOnTheirSide) {
   EXPECT_EQ(RecordTree(), "kept.txt 1\n");
   EXPECT_FALSE(HasWork());
 }
+
+QBRK_SCENARIOS_ON_EVERY_SERVER(FirstSyncTest);
 
 }  // namespace
 }  // namespace qbrk::testing

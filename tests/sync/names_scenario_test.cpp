@@ -30,7 +30,7 @@ class NamesScenarioTest : public SyncScenario {
   }
 };
 
-TEST_F(NamesScenarioTest, HostileServerNamesAreLeftOutLoggedAndNeverPlanned) {
+TEST_P(NamesScenarioTest, HostileServerNamesAreLeftOutLoggedAndNeverPlanned) {
   const std::vector<std::string> hostile = {
       "con.txt", "nul", "aux.tar.gz", "com1.log", "lpt9",     "prn .txt",  "a:b.txt",
       "star*.txt", "q?.txt", "quote\".txt", "lt<.txt", "gt>.txt", "pipe|.txt", "back\\slash.txt",
@@ -64,7 +64,7 @@ TEST_F(NamesScenarioTest, HostileServerNamesAreLeftOutLoggedAndNeverPlanned) {
   EXPECT_EQ(server().Tree().size(), hostile.size() + 2 + fine.size());
 }
 
-TEST_F(NamesScenarioTest, NamesOnlyCaseTellsApartStayWhereTheyAre) {
+TEST_P(NamesScenarioTest, NamesOnlyCaseTellsApartStayWhereTheyAre) {
   const std::string upper = "\x82\x60.txt";  // full-width "Ａ"
   const std::string lower = "\x82\x81.txt";  // full-width "ａ"
   LocalFile(upper, "synchronized before");
@@ -86,7 +86,7 @@ TEST_F(NamesScenarioTest, NamesOnlyCaseTellsApartStayWhereTheyAre) {
   ExpectInStep();
 }
 
-TEST_F(NamesScenarioTest, ANewServerNameNeverOverwritesALocalFileOfAnotherCase) {
+TEST_P(NamesScenarioTest, ANewServerNameNeverOverwritesALocalFileOfAnotherCase) {
   const std::string upper = "\x82\x60.txt";
   const std::string lower = "\x82\x81.txt";
   LocalFile(upper, "mine");
@@ -98,7 +98,7 @@ TEST_F(NamesScenarioTest, ANewServerNameNeverOverwritesALocalFileOfAnotherCase) 
   EXPECT_FALSE(HasWork());
 }
 
-TEST_F(NamesScenarioTest, ALocalNameTheCodePageCannotHoldIsLeftOut) {
+TEST_P(NamesScenarioTest, ALocalNameTheCodePageCannotHoldIsLeftOut) {
   LocalFile("fine.txt", "fine");
   ASSERT_TRUE(files_.AddUnrepresentableFile(kMirror, "smile?.txt", "cannot be opened"));
   ASSERT_EQ(Sync(), 0u);
@@ -107,7 +107,7 @@ TEST_F(NamesScenarioTest, ALocalNameTheCodePageCannotHoldIsLeftOut) {
   EXPECT_FALSE(HasWork());
 }
 
-TEST_F(NamesScenarioTest, LocalNamesMeetTheServerInLowerCaseAsciiOnly) {
+TEST_P(NamesScenarioTest, LocalNamesMeetTheServerInLowerCaseAsciiOnly) {
   LocalFile("Data/ReadMe.TXT", "r");
   LocalFile("\x82\x60\x82\x61.txt", "full-width AB keeps its case");
   ServerFile("UPPER.txt", "not listed");
@@ -118,6 +118,8 @@ TEST_F(NamesScenarioTest, LocalNamesMeetTheServerInLowerCaseAsciiOnly) {
   EXPECT_EQ(LocalContent("upper.txt"), "<missing>");
   EXPECT_FALSE(HasWork());
 }
+
+QBRK_SCENARIOS_ON_EVERY_SERVER(NamesScenarioTest);
 
 }  // namespace
 }  // namespace qbrk::testing

@@ -26,7 +26,7 @@ class PlanningScenarioTest : public SyncScenario {
   }
 };
 
-TEST_F(PlanningScenarioTest, OneSidedChangesTravelWithoutQuestions) {
+TEST_P(PlanningScenarioTest, OneSidedChangesTravelWithoutQuestions) {
   Start({"a.txt", "b.txt", "c.txt", "d.txt"});
   LocalEdit("a.txt", "local edit");
   ServerEdit("b.txt", "server edit");
@@ -43,7 +43,7 @@ TEST_F(PlanningScenarioTest, OneSidedChangesTravelWithoutQuestions) {
   ExpectInStep();
 }
 
-TEST_F(PlanningScenarioTest, ConflictsAskUntilTheAnswerIsForAll) {
+TEST_P(PlanningScenarioTest, ConflictsAskUntilTheAnswerIsForAll) {
   Start({"1.txt", "2.txt", "3.txt", "4.txt"});
   for (const char* name : {"1.txt", "2.txt", "3.txt", "4.txt"}) {
     LocalEdit(name, std::string("local ") + name);
@@ -60,7 +60,7 @@ TEST_F(PlanningScenarioTest, ConflictsAskUntilTheAnswerIsForAll) {
   ExpectInStep();
 }
 
-TEST_F(PlanningScenarioTest, OneSidedDeletionsAskAndAnswersForAllStick) {
+TEST_P(PlanningScenarioTest, OneSidedDeletionsAskAndAnswersForAllStick) {
   Start({"l1.txt", "l2.txt", "l3.txt", "s1.txt", "s2.txt"});
   LocalRemove("l1.txt");
   LocalRemove("l2.txt");
@@ -80,7 +80,7 @@ TEST_F(PlanningScenarioTest, OneSidedDeletionsAskAndAnswersForAllStick) {
   ExpectInStep();
 }
 
-TEST_F(PlanningScenarioTest, DeletedOnBothSidesOnlyLeavesTheRecord) {
+TEST_P(PlanningScenarioTest, DeletedOnBothSidesOnlyLeavesTheRecord) {
   Start({"gone.txt", "kept.txt"});
   LocalRemove("gone.txt");
   server().Remove("gone.txt");
@@ -91,7 +91,7 @@ TEST_F(PlanningScenarioTest, DeletedOnBothSidesOnlyLeavesTheRecord) {
   ExpectInStep();
 }
 
-TEST_F(PlanningScenarioTest, AFolderDeletedLocallyAsksOnceAndDeletesOnce) {
+TEST_P(PlanningScenarioTest, AFolderDeletedLocallyAsksOnceAndDeletesOnce) {
   Start({"docs/a.txt", "docs/sub/b.txt", "other.txt"});
   LocalRemove("docs");
   prompt_.answers = {answer::kDeleteOnServer};
@@ -109,7 +109,7 @@ TEST_F(PlanningScenarioTest, AFolderDeletedLocallyAsksOnceAndDeletesOnce) {
   ExpectInStep();
 }
 
-TEST_F(PlanningScenarioTest, AFolderDeletedLocallyComesBackForAFileChangedOnTheServer) {
+TEST_P(PlanningScenarioTest, AFolderDeletedLocallyComesBackForAFileChangedOnTheServer) {
   Start({"docs/a.txt", "docs/b.txt"});
   LocalRemove("docs");
   ServerEdit("docs/a.txt", "changed there");
@@ -122,7 +122,7 @@ TEST_F(PlanningScenarioTest, AFolderDeletedLocallyComesBackForAFileChangedOnTheS
   ExpectInStep();
 }
 
-TEST_F(PlanningScenarioTest, AFolderDeletedOnTheServerGoesLocallyWithItsContent) {
+TEST_P(PlanningScenarioTest, AFolderDeletedOnTheServerGoesLocallyWithItsContent) {
   Start({"docs/a.txt", "docs/deep/b.txt"});
   LocalFile("docs/.dot", "never synchronized");  // a dot-name goes with its folder
   server().Remove("docs");
@@ -136,7 +136,7 @@ TEST_F(PlanningScenarioTest, AFolderDeletedOnTheServerGoesLocallyWithItsContent)
   ExpectInStep();
 }
 
-TEST_F(PlanningScenarioTest, FoldersNewOnBothSidesAreNeitherCreatedNorDeleted) {
+TEST_P(PlanningScenarioTest, FoldersNewOnBothSidesAreNeitherCreatedNorDeleted) {
   LocalFile("both/l.txt", "l");
   ServerFile("both/s.txt", "s");
   LocalFolder("empty-both");
@@ -148,7 +148,7 @@ TEST_F(PlanningScenarioTest, FoldersNewOnBothSidesAreNeitherCreatedNorDeleted) {
   ExpectInStep();
 }
 
-TEST_F(PlanningScenarioTest, ANewEmptyFolderBringsBackItsParentDeletedOnTheServer) {
+TEST_P(PlanningScenarioTest, ANewEmptyFolderBringsBackItsParentDeletedOnTheServer) {
   Start({"docs/a.txt"});
   server().Remove("docs");
   LocalFolder("docs/new-empty");
@@ -161,7 +161,7 @@ TEST_F(PlanningScenarioTest, ANewEmptyFolderBringsBackItsParentDeletedOnTheServe
   ExpectInStep();
 }
 
-TEST_F(PlanningScenarioTest, AFileReplacedByAFolderReplacesItOnTheOtherSide) {
+TEST_P(PlanningScenarioTest, AFileReplacedByAFolderReplacesItOnTheOtherSide) {
   Start({"a", "b/in.txt"});
   LocalRemove("a");
   LocalFile("a/inside.txt", "a folder now");
@@ -173,7 +173,7 @@ TEST_F(PlanningScenarioTest, AFileReplacedByAFolderReplacesItOnTheOtherSide) {
   ExpectInStep();
 }
 
-TEST_F(PlanningScenarioTest, AFileAndAFolderOfOneNameNewOnEachSideStayApart) {
+TEST_P(PlanningScenarioTest, AFileAndAFolderOfOneNameNewOnEachSideStayApart) {
   LocalFile("x/local.txt", "local");
   ServerFile("x", "server file");
   ASSERT_EQ(Sync(), 0u);
@@ -183,7 +183,7 @@ TEST_F(PlanningScenarioTest, AFileAndAFolderOfOneNameNewOnEachSideStayApart) {
   EXPECT_FALSE(HasWork());
 }
 
-TEST_F(PlanningScenarioTest, CancellingAQuestionEndsTheRunWithNothingDone) {
+TEST_P(PlanningScenarioTest, CancellingAQuestionEndsTheRunWithNothingDone) {
   Start({"a.txt", "b.txt"});
   LocalEdit("a.txt", "local");
   ServerEdit("a.txt", "server");
@@ -195,7 +195,7 @@ TEST_F(PlanningScenarioTest, CancellingAQuestionEndsTheRunWithNothingDone) {
   EXPECT_EQ(RecordTree(), before);
 }
 
-TEST_F(PlanningScenarioTest, QuestionsGoToTheJobsDialogWhenOneIsAttached) {
+TEST_P(PlanningScenarioTest, QuestionsGoToTheJobsDialogWhenOneIsAttached) {
   Start({"a.txt"});
   LocalRemove("a.txt");
   ScriptedDialogLink link;
@@ -218,6 +218,8 @@ TEST_F(PlanningScenarioTest, QuestionsGoToTheJobsDialogWhenOneIsAttached) {
   EXPECT_TRUE(prompt_.asked.empty());
   link_ = nullptr;
 }
+
+QBRK_SCENARIOS_ON_EVERY_SERVER(PlanningScenarioTest);
 
 }  // namespace
 }  // namespace qbrk::testing

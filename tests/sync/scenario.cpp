@@ -60,7 +60,7 @@ uint32_t ScriptedPrompt::Ask(ChoiceQuestion question, const std::string& name) {
   return reply;
 }
 
-SyncScenario::SyncScenario() : server_(MakeEmulatorSide()) {
+SyncScenario::SyncScenario() : server_(MakeServerSide(GetParam())) {
   SetLoggingLevel(0);
   files_.MakeDirectory(kMirror);
   files_.MakeDirectory(kDataFolder);

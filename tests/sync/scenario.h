@@ -43,7 +43,7 @@ class ScriptedPrompt final : public ChoicePrompt {
   std::function<void()> on_ask;
 };
 
-class SyncScenario : public ::testing::Test {
+class SyncScenario : public ::testing::TestWithParam<ServerKind> {
  protected:
   SyncScenario();
   ~SyncScenario() override;
@@ -107,5 +107,15 @@ class SyncScenario : public ::testing::Test {
   std::function<std::unique_ptr<HandlerResponse>(const HandlerRequest&)> intercept_;
   std::vector<std::string> requests_;  // "METHOD path", in order
 };
+
+inline std::string ServerParamName(const ::testing::TestParamInfo<ServerKind>& param) {
+  return ServerKindName(param.param);
+}
+
+// Runs a scenario fixture's cases against every server this build has.
+#define QBRK_SCENARIOS_ON_EVERY_SERVER(Fixture)                                          \
+  INSTANTIATE_TEST_SUITE_P(                                                              \
+      Servers, Fixture, ::testing::ValuesIn(::qbrk::testing::AvailableServerKinds()),    \
+      ::qbrk::testing::ServerParamName)
 
 }  // namespace qbrk::testing

@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/memory/memory_http_transport.h"
 
@@ -39,6 +40,15 @@ class ServerSide {
 };
 
 // The emulator in process, on a data folder of its own under /tmp (removed at the end).
+// Null in builds without the emulator.
 std::unique_ptr<ServerSide> MakeEmulatorSide();
+// The in-memory model of the service.
+std::unique_ptr<ServerSide> MakeModelSide();
+
+enum class ServerKind { kEmulator, kModel };
+std::unique_ptr<ServerSide> MakeServerSide(ServerKind kind);
+// The kinds this build can run: both, or the model alone.
+std::vector<ServerKind> AvailableServerKinds();
+std::string ServerKindName(ServerKind kind);
 
 }  // namespace qbrk::testing
