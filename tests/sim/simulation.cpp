@@ -67,10 +67,10 @@ class Scenario {
     main.allow_cancel = rng_.Chance(5);
     main.edits = rng_.Chance(25);
     if (rng_.Chance(35)) {
-      main.fault_at = 1 + rng_.Below(30);
+      main.fault_at = 1 + rng_.Below(15);
       main.fault = RandomFault();
     } else if (rng_.Chance(15)) {
-      main.crash_at = 1 + rng_.Below(30);
+      main.crash_at = 1 + rng_.Below(15);
       main.crash_after = rng_.Chance(50);
     }
     const RunReport first = DoRun(main);
