@@ -40,6 +40,10 @@ std::string MapAscii(std::string_view text, Map map) {
 }
 }  // namespace
 
+std::string ReplaceSingleByte(std::string_view text, char from, char to) {
+  return MapAscii(text, [from, to](char c) { return c == from ? to : c; });
+}
+
 std::string LowerAscii(std::string_view text) {
   return MapAscii(text, [](char c) { return (c >= 'A' && c <= 'Z') ? char(c - 'A' + 'a') : c; });
 }

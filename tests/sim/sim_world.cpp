@@ -27,18 +27,6 @@ void Describe(const FolderNode& folder, const std::string& prefix, Tree* out) {
 }
 }  // namespace
 
-std::string SwapSeparators(const std::string& path, char from, char to) {
-  std::string out = path;
-  for (size_t i = 0; i < out.size(); ++i) {
-    if (IsLeadByte(static_cast<unsigned char>(out[i]))) {
-      ++i;
-    } else if (out[i] == from) {
-      out[i] = to;
-    }
-  }
-  return out;
-}
-
 World::World() {
   http.set_recording(false);
   http.set_handler([this](const HandlerRequest& request) {
@@ -53,8 +41,26 @@ World::World() {
 
 World::~World() = default;
 
+std::unique_ptr<ServerSession> World::OpenSession() {
+  SessionOptions options;
+  options.upload_unit = kUploadUnit;
+  auto session = std::make_unique<ServerSession>(twin.env, http, nullptr, options);
+  session->OpenSession("dav.example.jp", 80, model.config().user, model.config().password);
+  session->set_own_owner(model.config().user);
+  session->set_disk_root(model.disk_root());
+  return session;
+}
+
+SyncContext World::Context(ServerSession& session) {
+  SyncContext context(twin.env);
+  context.session = &session;
+  context.mirror = kMirror;
+  context.table_path = TablePath();
+  return context;
+}
+
 std::string World::LocalPath(const std::string& path) const {
-  return std::string(kMirror) + "\\" + SwapSeparators(path, '/', '\\');
+  return std::string(kMirror) + "\\" + ReplaceSingleByte(path, '/', '\\');
 }
 
 std::string World::TablePath() const { return TableFilePath(kDataFolder); }
@@ -63,7 +69,7 @@ Tree World::LocalTreeAsIs() {
   Tree tree;
   const std::string base = std::string(kMirror) + "\\";
   for (const std::string& item : twin.files.List(kMirror)) {
-    std::string rel = SwapSeparators(item.substr(base.size()), '\\', '/');
+    std::string rel = ReplaceSingleByte(item.substr(base.size()), '\\', '/');
     Entry entry;
     if (rel.back() == '/') {
       rel.pop_back();

@@ -12,7 +12,9 @@
 
 #include "model/model_service.h"
 #include "platform/memory/memory_http_transport.h"
+#include "protocol/server_session.h"
 #include "settings/twin_env.h"
+#include "sync/sync_context.h"
 
 namespace qbrk::sim {
 
@@ -44,6 +46,11 @@ class World {
   // Called with every request before the service sees it; returns the service's answer.
   std::function<HandlerResponse(const HandlerRequest&)> on_request;
 
+  // A session on the model, open and ready, as a connection leaves it.
+  std::unique_ptr<ServerSession> OpenSession();
+  // A context for one run through `session` (no dialog, no prompt yet).
+  SyncContext Context(ServerSession& session);
+
   std::string LocalPath(const std::string& path) const;
   std::string TablePath() const;
 
@@ -58,8 +65,5 @@ class World {
   // The server paths (below the disk root) of the names the last runs logged as left out.
   std::vector<std::string> LeftOut();
 };
-
-// Swaps one separator byte for another; trail bytes of double-byte characters stay.
-std::string SwapSeparators(const std::string& path, char from, char to);
 
 }  // namespace qbrk::sim

@@ -471,22 +471,14 @@ class Scenario {
 
     RandomPrompt prompt(rng_, plan.allow_cancel);
     try {
-      SessionOptions options;
-      options.upload_unit = kUploadUnit;
-      ServerSession session(world_.twin.env, world_.http, nullptr, options);
-      session.OpenSession("dav.example.jp", 80, "taro@example.jp", "secret");
-      session.set_own_owner("taro@example.jp");
-      session.set_disk_root(world_.model.disk_root());
-      SyncContext context(world_.twin.env);
-      context.session = &session;
-      context.mirror = kMirror;
+      std::unique_ptr<ServerSession> session = world_.OpenSession();
+      SyncContext context = world_.Context(*session);
       context.prompt = &prompt;
-      context.table_path = world_.TablePath();
       SyncTable recorded(world_.twin.env);
       SyncTable planned(world_.twin.env);
       SyncStatistics statistics;
       report_.result = RunSynchronization(context, &recorded, &planned, &statistics);
-      session.CloseSession();
+      session->CloseSession();
     } catch (const Crash&) {
       Story("crash at request " + std::to_string(requests_));
     }
@@ -627,20 +619,12 @@ class Scenario {
   }
 
   bool HasWork() {
-    SessionOptions options;
-    options.upload_unit = kUploadUnit;
-    ServerSession session(world_.twin.env, world_.http, nullptr, options);
-    session.OpenSession("dav.example.jp", 80, "taro@example.jp", "secret");
-    session.set_own_owner("taro@example.jp");
-    session.set_disk_root(world_.model.disk_root());
-    SyncContext context(world_.twin.env);
-    context.session = &session;
-    context.mirror = kMirror;
-    context.table_path = world_.TablePath();
+    std::unique_ptr<ServerSession> session = world_.OpenSession();
+    SyncContext context = world_.Context(*session);
     SyncTable recorded(world_.twin.env);
     SyncTable planned(world_.twin.env);
     const ResultCode r = BuildPlan(context, &recorded, &planned);
-    session.CloseSession();
+    session->CloseSession();
     if (r != 0) {
       Broken("convergence: planning again fails with " + std::to_string(r));
       return false;
