@@ -23,7 +23,8 @@ TEST_F(WineSyncLocalFailuresTest, AFileHeldOpenWithoutSharingIsNeitherReplacedNo
   const std::string synchronized = RecordTree();
   ASSERT_EQ(synchronized, "gone.txt 2\nheld.txt 2\n");
 
-  // A download onto it: the new content arrives, but cannot take the file's place.
+  // A download onto it: the new content arrives, but cannot take the file's place. (Wine
+  // refuses that rename with 5 and the deletion below with 32; both mean the file is in use.)
   ServerFile("held.txt", "v2 from elsewhere", FileTimeOf(kBaseSeconds + 60));
   {
     UniqueFile held = HoldWithoutSharing(Mirror("held.txt"));
@@ -77,7 +78,8 @@ class WineSyncLongPathTest : public WineSyncScenario {
  protected:
   // Two folders in a first one: "deep", whose local path is 240 characters long (its staging
   // names fit in 260, a name of 30 characters does not), and "near", 252 long (a name of 5
-  // characters fits, its staging names do not).
+  // characters fits, its staging names do not). Wine's CreateDirectoryA takes paths up to
+  // 260 characters; Windows stops at 248, so there "near" itself would fail with 91.
   void SetUp() override {
     WineSyncScenario::SetUp();
     if (IsSkipped() || HasFatalFailure()) return;
@@ -101,7 +103,8 @@ class WineSyncLongPathTest : public WineSyncScenario {
 };
 
 TEST_F(WineSyncLongPathTest, ServerEntriesPastTheLocalPathLimitStopWith91) {
-  // A file: its folders are made, the file fits nowhere.
+  // A file: its folders are made, the file fits nowhere. (Wine's MoveFileA would put it
+  // there all the same, where no other call reaches it; Windows refuses with 206.)
   ASSERT_EQ(DiskRequest("PUT", deep_ + long_name_, "too long").status, 201u);
   const std::set<std::string> server = ServerPaths();
   EXPECT_EQ(Sync(), 91u);
