@@ -9,12 +9,18 @@
 namespace qbrk::test {
 namespace {
 
-using WineSyncLocalFailuresTest = WineSyncScenario;
-
-// A handle of another program that shares nothing.
-UniqueFile HoldWithoutSharing(const std::string& path) {
-  return UniqueFile(CreateFileA(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
-}
+class WineSyncLocalFailuresTest : public WineSyncScenario {
+ protected:
+  // Synchronizes while another program holds the file open and shares nothing: the run
+  // stops with 94 and the file's name.
+  void SyncWhileHeld(const std::string& path) {
+    UniqueFile held(
+        CreateFileA(Mirror(path).c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(held) << path;
+    EXPECT_EQ(Sync(), 94u);
+    EXPECT_EQ(error_name_, path);
+  }
+};
 
 TEST_F(WineSyncLocalFailuresTest, AFileHeldOpenWithoutSharingIsNeitherReplacedNorDeleted) {
   LocalFile("held.txt", "v1", FileTimeOf(kBaseSeconds));
@@ -26,12 +32,7 @@ TEST_F(WineSyncLocalFailuresTest, AFileHeldOpenWithoutSharingIsNeitherReplacedNo
   // A download onto it: the new content arrives, but cannot take the file's place. (Wine
   // refuses that rename with 5 and the deletion below with 32; both mean the file is in use.)
   ServerFile("held.txt", "v2 from elsewhere", FileTimeOf(kBaseSeconds + 60));
-  {
-    UniqueFile held = HoldWithoutSharing(Mirror("held.txt"));
-    ASSERT_TRUE(held);
-    EXPECT_EQ(Sync(), 94u);
-    EXPECT_EQ(error_name_, "held.txt");
-  }
+  SyncWhileHeld("held.txt");
   EXPECT_EQ(LocalContent("held.txt"), "v1");
   EXPECT_EQ(RecordTree(), synchronized);
   EXPECT_EQ(RecordOf("held.txt").server_time(), FileTimeOf(kBaseSeconds));
@@ -40,12 +41,7 @@ TEST_F(WineSyncLocalFailuresTest, AFileHeldOpenWithoutSharingIsNeitherReplacedNo
   // A local deletion of it.
   ASSERT_TRUE(DeleteFileA(DiskPath("gone.txt").c_str()));
   prompt_.Expect(ChoiceQuestion::kDeletedOnServer, "gone.txt", answer::kDeleteLocally);
-  {
-    UniqueFile held = HoldWithoutSharing(Mirror("gone.txt"));
-    ASSERT_TRUE(held);
-    EXPECT_EQ(Sync(), 94u);
-    EXPECT_EQ(error_name_, "gone.txt");
-  }
+  SyncWhileHeld("gone.txt");
   EXPECT_EQ(LocalContent("gone.txt"), "v1");
   EXPECT_EQ(RecordTree(), synchronized);
 

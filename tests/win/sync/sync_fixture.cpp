@@ -44,44 +44,50 @@ std::wstring Wide(const std::string& ansi) {
   return out;
 }
 
-// Removes what `folder` holds through the wide calls and the "\\?\" prefix, so that paths
-// past 260 characters and names code page 932 cannot hold go too. A name the system cannot
-// open at all (a hostile name on the emulator's disk, "q?.txt") goes by its short name.
-void ClearFolderWide(const std::wstring& folder) {
+// Each entry of `folder` but "." and "..", through the wide calls.
+void ForEachEntryWide(const std::wstring& folder,
+                      const std::function<void(const WIN32_FIND_DATAW&)>& visit) {
   WIN32_FIND_DATAW data;
   HANDLE find = FindFirstFileW((folder + L"\\*").c_str(), &data);
   if (find == INVALID_HANDLE_VALUE) return;
   do {
-    const std::wstring name = data.cFileName;
-    if (name == L"." || name == L"..") continue;
-    std::wstring path = folder + L"\\" + name;
+    if (std::wstring_view(data.cFileName) != L"." && std::wstring_view(data.cFileName) != L"..")
+      visit(data);
+  } while (FindNextFileW(find, &data));
+  FindClose(find);
+}
+
+bool IsFolder(const WIN32_FIND_DATAW& data) {
+  return (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+// Removes what `folder` holds through the wide calls (with the "\\?\" prefix, paths past
+// 260 characters and names code page 932 cannot hold go too). A name the system cannot open
+// at all (a hostile name on the emulator's disk, "q?.txt") goes by its short name.
+void ClearFolderWide(const std::wstring& folder) {
+  ForEachEntryWide(folder, [&](const WIN32_FIND_DATAW& data) {
+    std::wstring path = folder + L"\\" + data.cFileName;
     if (GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES && data.cAlternateFileName[0])
       path = folder + L"\\" + data.cAlternateFileName;
-    if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) ClearFolderWide(path);
+    if (IsFolder(data)) ClearFolderWide(path);
     SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
-    if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+    if (IsFolder(data))
       RemoveDirectoryW(path.c_str());
     else
       DeleteFileW(path.c_str());
-  } while (FindNextFileW(find, &data));
-  FindClose(find);
+  });
 }
 
 // Every name below `folder` that starts with `prefix`, with its path, through the wide calls
 // (so that nothing too deep for the ANSI calls hides).
 void FindPrefixed(const std::wstring& folder, const std::wstring& prefix,
                   std::vector<std::wstring>* found) {
-  WIN32_FIND_DATAW data;
-  HANDLE find = FindFirstFileW((folder + L"\\*").c_str(), &data);
-  if (find == INVALID_HANDLE_VALUE) return;
-  do {
-    const std::wstring name = data.cFileName;
-    if (name == L"." || name == L"..") continue;
-    if (name.compare(0, prefix.size(), prefix) == 0) found->push_back(folder + L"\\" + name);
-    if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
-      FindPrefixed(folder + L"\\" + name, prefix, found);
-  } while (FindNextFileW(find, &data));
-  FindClose(find);
+  ForEachEntryWide(folder, [&](const WIN32_FIND_DATAW& data) {
+    const std::wstring path = folder + L"\\" + data.cFileName;
+    if (std::wstring_view(data.cFileName).substr(0, prefix.size()) == prefix)
+      found->push_back(path);
+    if (IsFolder(data)) FindPrefixed(path, prefix, found);
+  });
 }
 
 bool SetLastWrite(const std::string& path, uint64_t time) {
@@ -112,13 +118,15 @@ void WriteWhole(const std::string& path, const std::string& content, uint64_t ti
   }
 }
 
-void DescribeRecord(const FolderNode& folder, const std::string& prefix,
-                    std::set<std::string>* out) {
+// Every file and folder of a recorded tree by its path ("/"-separated; folders end with "/"
+// and come without an entry).
+void WalkRecord(const FolderNode& folder, const std::string& prefix,
+                const std::function<void(const std::string&, const FileEntry*)>& visit) {
   for (const FileEntry* f = folder.FindFile(nullptr); f; f = FolderNode::NextFile(f))
-    out->insert(prefix + std::string(f->name()) + " " + std::to_string(f->record().size()));
+    visit(prefix + std::string(f->name()), f);
   for (const FolderNode* c = folder.FindFolder(nullptr); c; c = FolderNode::NextFolder(c)) {
-    out->insert(prefix + c->name() + "/");
-    DescribeRecord(*c, prefix + c->name() + "/", out);
+    visit(prefix + c->name() + "/", nullptr);
+    WalkRecord(*c, prefix + c->name() + "/", visit);
   }
 }
 
@@ -226,47 +234,47 @@ ResultCode WineSyncScenario::OpenRecorded() {
   return connection_->Open();
 }
 
-ResultCode WineSyncScenario::Sync(const std::function<void()>& on_resolved) {
-  http_.clear();
+bool WineSyncScenario::OnFreshConnection(const std::function<void(SyncContext&)>& step) {
   if (ResultCode r = OpenRecorded()) {
     ADD_FAILURE() << "the connection did not open: " << r;
-    return r;
+    return false;
   }
-  if (logging_) RotateLogs(Win32Env().files);
   SyncContext context(Win32Env());
   context.session = connection_->session();
   context.mirror = mirror_;
   context.prompt = &prompt_;
   context.table_path = TablePath();
-  SyncTable recorded(Win32Env());
-  SyncTable plan(Win32Env());
-  stats_ = SyncStatistics{};
-  const ResultCode r =
-      RunSynchronization(context, &recorded, &plan, &stats_, [&](const SyncStatistics&) {
-        if (on_resolved) on_resolved();
-      });
-  error_name_ = context.error_name;
+  step(context);
   connection_->Close();
   connection_.reset();
+  return true;
+}
+
+ResultCode WineSyncScenario::Sync(const std::function<void()>& on_resolved) {
+  http_.clear();
+  ResultCode r = result::kGeneralFailure;
+  OnFreshConnection([&](SyncContext& context) {
+    if (logging_) RotateLogs(Win32Env().files);
+    SyncTable recorded(Win32Env());
+    SyncTable plan(Win32Env());
+    stats_ = SyncStatistics{};
+    r = RunSynchronization(context, &recorded, &plan, &stats_, [&](const SyncStatistics&) {
+      if (on_resolved) on_resolved();
+    });
+    error_name_ = context.error_name;
+  });
   return r;
 }
 
 bool WineSyncScenario::HasWork() {
-  if (ResultCode r = OpenRecorded()) {
-    ADD_FAILURE() << "the connection did not open: " << r;
-    return true;
-  }
-  SyncContext context(Win32Env());
-  context.session = connection_->session();
-  context.mirror = mirror_;
-  context.prompt = &prompt_;
-  context.table_path = TablePath();
-  SyncTable recorded(Win32Env());
-  SyncTable plan(Win32Env());
-  EXPECT_EQ(BuildPlan(context, &recorded, &plan), 0u);
-  connection_->Close();
-  connection_.reset();
-  return HasPendingWork(&plan) != 0;
+  bool work = true;
+  OnFreshConnection([&](SyncContext& context) {
+    SyncTable recorded(Win32Env());
+    SyncTable plan(Win32Env());
+    EXPECT_EQ(BuildPlan(context, &recorded, &plan), 0u);
+    work = HasPendingWork(&plan) != 0;
+  });
+  return work;
 }
 
 void WineSyncScenario::StartLog() {
@@ -364,7 +372,9 @@ std::string WineSyncScenario::RecordTree() {
   SyncTable recorded(Win32Env());
   if (recorded.LoadTableFile(TablePath()) != 1) return "<none>";
   std::set<std::string> lines;
-  DescribeRecord(*recorded.root(), "", &lines);
+  WalkRecord(*recorded.root(), "", [&](const std::string& path, const FileEntry* file) {
+    lines.insert(file ? path + " " + std::to_string(file->record().size()) : path);
+  });
   std::string out;
   for (const std::string& line : lines)
     out += line + "\n";
@@ -373,14 +383,12 @@ std::string WineSyncScenario::RecordTree() {
 
 FileRecord WineSyncScenario::RecordOf(const std::string& path) {
   SyncTable recorded(Win32Env());
-  if (recorded.LoadTableFile(TablePath()) != 1) return {};
-  FolderNode* folder = recorded.root();
-  size_t start = 0;
-  for (size_t slash; folder && (slash = FindSingleByte(path, '/', start)) != std::string::npos;
-       start = slash + 1)
-    folder = folder->FindFolder(std::string_view(path).substr(start, slash - start));
-  FileEntry* entry = folder ? folder->FindFile(std::string_view(path).substr(start)) : nullptr;
-  return entry ? entry->record().Copy() : FileRecord();
+  FileRecord found;
+  if (recorded.LoadTableFile(TablePath()) != 1) return found;
+  WalkRecord(*recorded.root(), "", [&](const std::string& at, const FileEntry* file) {
+    if (file && at == path) found = file->record().Copy();
+  });
+  return found;
 }
 
 }  // namespace qbrk::test

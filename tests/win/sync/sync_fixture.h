@@ -20,6 +20,7 @@
 #include "recording_transport.h"
 #include "sync/choice_prompt.h"
 #include "sync/file_record.h"
+#include "sync/sync_context.h"
 #include "sync/sync_statistics.h"
 
 namespace qbrk::test {
@@ -108,6 +109,9 @@ class WineSyncScenario : public ProtocolScenario {
 
  private:
   ResultCode OpenRecorded();
+  // Runs `step` with the context of a job's worker on a fresh connection; false when the
+  // connection did not open.
+  bool OnFreshConnection(const std::function<void(SyncContext&)>& step);
 
   RecordingTransport http_{Win32HttpTransport()};
   bool logging_ = false;
