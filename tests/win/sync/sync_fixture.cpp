@@ -62,13 +62,10 @@ bool IsFolder(const WIN32_FIND_DATAW& data) {
 }
 
 // Removes what `folder` holds through the wide calls (with the "\\?\" prefix, paths past
-// 260 characters and names code page 932 cannot hold go too). A name the system cannot open
-// at all (a hostile name on the emulator's disk, "q?.txt") goes by its short name.
+// 260 characters and names code page 932 cannot hold go too).
 void ClearFolderWide(const std::wstring& folder) {
   ForEachEntryWide(folder, [&](const WIN32_FIND_DATAW& data) {
-    std::wstring path = folder + L"\\" + data.cFileName;
-    if (GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES && data.cAlternateFileName[0])
-      path = folder + L"\\" + data.cAlternateFileName;
+    const std::wstring path = folder + L"\\" + data.cFileName;
     if (IsFolder(data)) ClearFolderWide(path);
     SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
     if (IsFolder(data))
@@ -208,7 +205,7 @@ void WineSyncScenario::SetUp() {
   ASSERT_TRUE(CreateDirectoryA(data_folder_.c_str(), nullptr));
   // The emulator lives as long as the test process: a disk left by an earlier test of the
   // same process is emptied.
-  ClearFolderWide(Wide(DiskPath("")));
+  ClearDisk();
 }
 
 void WineSyncScenario::TearDown() {
@@ -219,9 +216,19 @@ void WineSyncScenario::TearDown() {
     EXPECT_TRUE(staged.empty()) << staged.size() << " staging files left in the mirror folder";
     EXPECT_TRUE(prompt_.script.empty()) << prompt_.script.size() << " answers were not asked for";
     ClearFolderWide(L"\\\\?\\" + Wide(mirror_));
-    ClearFolderWide(Wide(DiskPath("")));
+    ClearDisk();
   }
   ProtocolScenario::TearDown();
+}
+
+void WineSyncScenario::ClearDisk() {
+  // Through the emulator: the disk may hold names (devices, raw Shift_JIS bytes) that Wine's
+  // file calls would take for something else or cannot name at all.
+  for (const std::string& path : ServerPaths()) {
+    const size_t slash = FindSingleByte(path, '/');
+    if (slash != std::string::npos && slash + 1 != path.size()) continue;  // goes with its folder
+    EXPECT_EQ(DiskRequest("DELETE", PercentEscaped(path)).status, 204u) << path;
+  }
 }
 
 ResultCode WineSyncScenario::OpenRecorded() {

@@ -109,6 +109,8 @@ class WineSyncScenario : public ProtocolScenario {
 
  private:
   ResultCode OpenRecorded();
+  // Deletes everything on the account's disk.
+  void ClearDisk();
   // Runs `step` with the context of a job's worker on a fresh connection; false when the
   // connection did not open.
   bool OnFreshConnection(const std::function<void(SyncContext&)>& step);
