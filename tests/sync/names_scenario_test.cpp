@@ -113,6 +113,27 @@ TEST_P(NamesScenarioTest, ALocalNameTheCodePageCannotHoldIsLeftOut) {
   EXPECT_FALSE(HasWork());
 }
 
+TEST_P(NamesScenarioTest, AFolderDeletedOnTheServerStaysWhileItHoldsANameTheCodePageCannotHold) {
+  LocalFile("old/a.txt", "a");
+  ASSERT_EQ(Sync(), 0u);
+  ASSERT_TRUE(files_.AddUnrepresentableFile(LocalPath("old"), "smile?.txt", "never synchronized"));
+  server().Remove("old");
+  // Deleting the folder here too removes what the run can reach; the file no call can open
+  // keeps it, and the run succeeds.
+  prompt_.answers = {answer::kDeleteLocally};
+  ASSERT_EQ(Sync(), 0u);
+  EXPECT_EQ(LocalContent("old/a.txt"), "<missing>");
+  EXPECT_EQ(files_.List(LocalPath("old")).size(), 1u);
+  EXPECT_EQ(ServerTreeText(), "");
+  EXPECT_EQ(RecordTree(), "old/\n");
+  // The folder is still recorded, so the next run asks again; uploading it again brings the
+  // two sides in step.
+  prompt_.answers = {answer::kUploadAgain};
+  ASSERT_EQ(Sync(), 0u);
+  EXPECT_EQ(ServerTreeText(), "old/\n");
+  EXPECT_FALSE(HasWork());
+}
+
 TEST_P(NamesScenarioTest, LocalNamesMeetTheServerInLowerCaseAsciiOnly) {
   LocalFile("Data/ReadMe.TXT", "r");
   LocalFile("\x82\x60\x82\x61.txt", "full-width AB keeps its case");
