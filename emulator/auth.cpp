@@ -1,6 +1,6 @@
 #include "auth.h"
 
-#include "base64.h"
+#include "core/base64.h"
 #include "exchange.h"
 
 namespace qbrk::emulator {

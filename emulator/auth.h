@@ -2,7 +2,7 @@
 #pragma once
 
 #include "accounts.h"
-#include "checked.h"
+#include "core/checked.h"
 #include "http_message.h"
 
 namespace qbrk::emulator {

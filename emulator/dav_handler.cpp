@@ -3,9 +3,9 @@
 #include <mutex>
 
 #include "auth.h"
+#include "core/disk_path.h"
 #include "dav_methods.h"
 #include "dav_xml.h"
-#include "disk_path.h"
 
 namespace qbrk::emulator {
 

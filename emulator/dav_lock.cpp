@@ -1,12 +1,12 @@
 // LOCK and UNLOCK.
 #include <algorithm>
 
-#include "content_range.h"
+#include "core/content_range.h"
+#include "core/disk_path.h"
+#include "core/faults.h"
 #include "dav_methods.h"
 #include "dav_properties.h"
 #include "dav_xml.h"
-#include "disk_path.h"
-#include "faults.h"
 
 namespace qbrk::emulator {
 

@@ -10,9 +10,9 @@
 #include <ctime>
 #include <mutex>
 
-#include "content_range.h"
+#include "core/content_range.h"
+#include "core/disk_path.h"
 #include "dav_methods.h"
-#include "disk_path.h"
 #include "http_date.h"
 
 namespace qbrk::emulator {

@@ -1,10 +1,10 @@
 // OPTIONS, GET, HEAD and PROPFIND.
 #include <vector>
 
+#include "core/disk_path.h"
 #include "dav_methods.h"
 #include "dav_properties.h"
 #include "dav_xml.h"
-#include "disk_path.h"
 #include "http_date.h"
 #include "protocol/service.h"
 

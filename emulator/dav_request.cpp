@@ -1,6 +1,6 @@
 #include "dav_request.h"
 
-#include "disk_path.h"
+#include "core/disk_path.h"
 
 namespace qbrk::emulator {
 

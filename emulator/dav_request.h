@@ -7,13 +7,13 @@
 #include <vector>
 
 #include "accounts.h"
-#include "checked.h"
-#include "disk_path.h"
+#include "core/checked.h"
+#include "core/disk_path.h"
+#include "core/if_header.h"
+#include "core/lock_table.h"
+#include "core/xml_text.h"
 #include "http_message.h"
-#include "if_header.h"
-#include "lock_table.h"
 #include "service_state.h"
-#include "xml_text.h"
 
 namespace qbrk::emulator {
 

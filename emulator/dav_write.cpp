@@ -3,10 +3,10 @@
 #include <cerrno>
 #include <cstring>
 
+#include "core/disk_path.h"
 #include "dav_methods.h"
 #include "dav_properties.h"
 #include "dav_xml.h"
-#include "disk_path.h"
 #include "http_date.h"
 #include "protocol/service.h"
 

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "xml_text.h"
+#include "core/xml_text.h"
 
 namespace qbrk::emulator {
 

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "checked.h"
-#include "lock_table.h"
+#include "core/checked.h"
+#include "core/lock_table.h"
 
 namespace qbrk::emulator {
 

@@ -2,13 +2,13 @@
 #include <cstring>
 #include <mutex>
 
+#include "core/disk_path.h"
+#include "core/percent_encoding.h"
+#include "core/xml_text.h"
 #include "dav_methods.h"
 #include "dav_properties.h"
-#include "disk_path.h"
 #include "http_date.h"
-#include "percent_encoding.h"
 #include "publishing.h"
-#include "xml_text.h"
 
 namespace qbrk::emulator {
 

@@ -6,9 +6,9 @@
 #include <mutex>
 
 #include "control.h"
+#include "core/percent_encoding.h"
 #include "dav_handler.h"
 #include "fault_exchange.h"
-#include "percent_encoding.h"
 #include "publishing.h"
 #include "service_state.h"
 

@@ -1,5 +1,5 @@
 // The rules of who may change what while locks are held.
-#include "emulator/lock_table.h"
+#include "emulator/core/lock_table.h"
 
 #include <gtest/gtest.h>
 

@@ -1,13 +1,13 @@
 // The parsers of what arrives on the wire.
 #include <gtest/gtest.h>
 
-#include "emulator/base64.h"
-#include "emulator/content_range.h"
-#include "emulator/disk_path.h"
+#include "emulator/core/base64.h"
+#include "emulator/core/content_range.h"
+#include "emulator/core/disk_path.h"
+#include "emulator/core/if_header.h"
+#include "emulator/core/percent_encoding.h"
+#include "emulator/core/shift_jis.h"
 #include "emulator/http_date.h"
-#include "emulator/if_header.h"
-#include "emulator/percent_encoding.h"
-#include "emulator/shift_jis.h"
 
 namespace qbrk::emulator {
 namespace {
