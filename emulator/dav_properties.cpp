@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "http_date.h"
+#include "protocol/reason_phrase.h"
 #include "protocol/service.h"
 
 namespace qbrk::emulator {

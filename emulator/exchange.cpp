@@ -1,5 +1,7 @@
 #include "exchange.h"
 
+#include "protocol/reason_phrase.h"
+
 namespace qbrk::emulator {
 
 bool BodyExchange::Consume(const char* data, size_t size) {

@@ -67,6 +67,4 @@ Response TextResponse(int status, std::string text);
 // A response whose body is an XML document.
 Response XmlResponse(int status, std::string xml, std::string_view charset);
 
-std::string_view ReasonPhrase(int status);
-
 }  // namespace qbrk::emulator

@@ -13,6 +13,8 @@
 #include <string>
 #include <string_view>
 
+#include "protocol/reason_phrase.h"
+
 namespace qbrk::model {
 
 inline constexpr size_t kMaxNameBytes = 255;
@@ -78,8 +80,5 @@ void AppendHttpDate(std::string* out, uint64_t file_time);
 std::string HttpDate(uint64_t file_time);
 // Lower-case hexadecimal digits, without leading zeros (at least `width` digits).
 void AppendHex(std::string* out, uint64_t value, int width = 1);
-
-// "Not Found" and the like.
-std::string_view ReasonPhrase(uint32_t status);
 
 }  // namespace qbrk::model
