@@ -12,8 +12,8 @@
 
 #include "core/content_range.h"
 #include "core/disk_path.h"
+#include "core/http_date.h"
 #include "dav_methods.h"
-#include "http_date.h"
 
 namespace qbrk::emulator {
 

@@ -44,9 +44,6 @@ struct DavRequest {
   Node Stat(std::string_view at) const { return account.disk.Stat(at); }
 };
 
-// Reads "Depth": 0, 1 or infinity (-1); what is missing is fallback; nothing when invalid.
-std::optional<int> ParseDepth(const Headers& headers, int fallback);
-
 // Resolves an address given in a Destination or If header to a path below this account's
 // disk; absolute URLs are reduced to their path.
 Checked<RelativePath> ResolveOwnAddress(const DavRequest& request, std::string_view address);

@@ -1,7 +1,5 @@
 #include "exchange.h"
 
-#include "protocol/reason_phrase.h"
-
 namespace qbrk::emulator {
 
 bool BodyExchange::Consume(const char* data, size_t size) {
@@ -21,8 +19,7 @@ Response BodyExchange::Finish() {
 }
 
 Response RefusalResponse(const Refusal& refusal) {
-  return TextResponse(refusal.status, std::string(ReasonPhrase(refusal.status)) +
-                                          (refusal.reason.empty() ? "" : ": " + refusal.reason));
+  return TextResponse(refusal.status, RefusalText(refusal));
 }
 
 std::unique_ptr<Exchange> Fixed(Response response) {

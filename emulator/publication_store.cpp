@@ -5,8 +5,8 @@
 #include <algorithm>
 
 #include "core/disk_path.h"
+#include "core/http_date.h"
 #include "core/percent_encoding.h"
-#include "http_date.h"
 #include "state_file.h"
 
 namespace qbrk::emulator {

@@ -33,10 +33,7 @@ void RemoveLeftovers(const std::string& dir) {
 }  // namespace
 
 std::string BufferedResponse::Header(std::string_view name) const {
-  for (const auto& [key, value] : headers) {
-    if (EqualsIgnoringAsciiCase(key, name)) return value;
-  }
-  return {};
+  return std::string(FindHeader(headers, name).value_or(std::string_view()));
 }
 
 Service::Service() : state_(std::make_unique<ServiceState>()) {}

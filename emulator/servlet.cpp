@@ -5,9 +5,9 @@
 
 #include "auth.h"
 #include "core/disk_path.h"
+#include "core/http_date.h"
 #include "core/percent_encoding.h"
 #include "core/shift_jis.h"
-#include "http_date.h"
 #include "publishing.h"
 
 namespace qbrk::emulator {

@@ -24,6 +24,12 @@ struct Lock {
   int64_t expires_ms = 0;
   // Taken on a name where nothing existed: the name is reserved, no resource is created.
   bool null_resource = false;
+
+  // Whether the lock's scope includes the resource at `at` (on the same disk): taken on it,
+  // or with depth infinity above it.
+  bool Covers(std::string_view at) const;
+  // Whole seconds until it expires, rounded up; 0 once it has.
+  int64_t SecondsLeft(int64_t now_ms) const;
 };
 
 // What a change touches besides the resource's own content.

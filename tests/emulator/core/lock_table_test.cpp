@@ -71,5 +71,20 @@ TEST(LockTableTest, ExpiresRemovesAndReservesNames) {
   EXPECT_TRUE(table.all().empty());
 }
 
+TEST(LockTableTest, ALockCoversItsResourceAndWithDepthInfinityWhatIsBelow) {
+  const Lock shallow = MakeLock("s", "dir", LockScope::kExclusive, false, 2001);
+  const Lock deep = MakeLock("d", "dir", LockScope::kExclusive, true);
+  EXPECT_TRUE(shallow.Covers("dir"));
+  EXPECT_FALSE(shallow.Covers("dir/a"));
+  EXPECT_TRUE(deep.Covers("dir/a/b"));
+  EXPECT_FALSE(deep.Covers("dirx"));
+  EXPECT_FALSE(deep.Covers(""));
+  // Seconds left are rounded up, so a lock never reports 0 before it has run out.
+  EXPECT_EQ(shallow.SecondsLeft(0), 3);
+  EXPECT_EQ(shallow.SecondsLeft(2000), 1);
+  EXPECT_EQ(shallow.SecondsLeft(2001), 0);
+  EXPECT_EQ(shallow.SecondsLeft(5000), 0);
+}
+
 }  // namespace
 }  // namespace qbrk::emulator
