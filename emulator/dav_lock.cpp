@@ -19,16 +19,11 @@ Response LockAnswer(const DavRequest& request, const Lock& lock) {
 
 Response Refresh(DavRequest& request, int64_t seconds) {
   if (!request.if_header) return RefusalResponse({400, "a LOCK without a body refreshes a lock"});
-  for (const std::string& token : request.tokens) {
-    Lock* lock = request.state.locks.FindMutable(token);
-    if (lock == nullptr || lock->user != request.account.mail || !lock->Covers(request.rel)) {
-      continue;
-    }
-    lock->timeout_seconds = seconds;
-    lock->expires_ms = request.state.NowMs() + seconds * 1000;
-    return LockAnswer(request, *lock);
-  }
-  return RefusalResponse({412, "no lock of the If header covers the resource"});
+  const Lock* lock = request.state.locks.Refresh(request.account.mail, request.rel, request.tokens,
+                                                 request.state.NowMs(), seconds);
+  if (lock == nullptr)
+    return RefusalResponse({412, "no lock of the If header covers the resource"});
+  return LockAnswer(request, *lock);
 }
 
 }  // namespace

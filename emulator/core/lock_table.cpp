@@ -101,6 +101,26 @@ bool LockTable::Permits(std::string_view user, std::string_view rel, ChangeScope
   });
 }
 
+const Lock* LockTable::PresentedCovering(std::string_view user, std::string_view rel,
+                                         const std::vector<std::string>& tokens) const {
+  for (const Lock* lock : Covering(user, rel)) {
+    if (Presented(tokens, lock->token)) return lock;
+  }
+  return nullptr;
+}
+
+Lock* LockTable::Refresh(std::string_view user, std::string_view rel,
+                         const std::vector<std::string>& tokens, int64_t now_ms, int64_t seconds) {
+  for (const std::string& token : tokens) {
+    Lock* lock = FindMutable(token);
+    if (lock == nullptr || lock->user != user || !lock->Covers(rel)) continue;
+    lock->timeout_seconds = seconds;
+    lock->expires_ms = now_ms + seconds * 1000;
+    return lock;
+  }
+  return nullptr;
+}
+
 const Lock& LockTable::Add(Lock lock) {
   locks_.push_back(std::move(lock));
   return locks_.back();

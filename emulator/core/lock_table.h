@@ -59,6 +59,15 @@ class LockTable {
   bool Permits(std::string_view user, std::string_view rel, ChangeScope change,
                const std::vector<std::string>& tokens) const;
 
+  // The first lock covering rel whose token is presented, in the order the locks were taken;
+  // a piece of a file is sent under it.
+  const Lock* PresentedCovering(std::string_view user, std::string_view rel,
+                                const std::vector<std::string>& tokens) const;
+  // Refreshes the lock of the first presented token that covers rel: it lasts `seconds` from
+  // now_ms. Null when none does.
+  Lock* Refresh(std::string_view user, std::string_view rel, const std::vector<std::string>& tokens,
+                int64_t now_ms, int64_t seconds);
+
   const Lock& Add(Lock lock);
   bool Remove(std::string_view token);
   // Removes the locks taken on rel or below (the resource is gone) and hands them back.

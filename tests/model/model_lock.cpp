@@ -16,14 +16,10 @@ HandlerResponse LockAnswer(const DavCall& call, const Lock& lock) {
 // A LOCK without a body refreshes the lock named in the If header.
 HandlerResponse Refresh(DavCall& call, int64_t seconds) {
   if (!call.if_header) return RefusalAnswer({400, "a LOCK without a body refreshes a lock"});
-  for (const std::string& token : call.tokens) {
-    Lock* lock = call.state.locks.FindMutable(token);
-    if (lock == nullptr || !lock->Covers(call.rel)) continue;
-    lock->timeout_seconds = seconds;
-    lock->expires_ms = call.state.NowMs() + seconds * 1000;
-    return LockAnswer(call, *lock);
-  }
-  return RefusalAnswer({412, "no lock of the If header covers the resource"});
+  ModelState& state = call.state;
+  const Lock* lock = state.locks.Refresh(state.mail, call.rel, call.tokens, state.NowMs(), seconds);
+  if (lock == nullptr) return RefusalAnswer({412, "no lock of the If header covers the resource"});
+  return LockAnswer(call, *lock);
 }
 
 }  // namespace

@@ -65,7 +65,6 @@ using emulator::LowerAscii;
 using emulator::MultistatusStart;
 using emulator::NameOf;
 using emulator::ParentOf;
-using emulator::ParseDecimal;
 using emulator::ParseDepth;
 using emulator::ParseIfHeader;
 using emulator::TrimXmlSpace;

@@ -1,6 +1,4 @@
 // PROPPATCH, MKCOL, DELETE and PUT (whole, and in pieces under a lock).
-#include <algorithm>
-
 #include "model_methods.h"
 #include "model_xml.h"
 
@@ -154,28 +152,17 @@ HandlerResponse DavPut(DavCall& call) {
   }
   if (Refusal r = call.CheckIf()) return RefusalAnswer(r);
   if (!call.Permits(call.rel, {.membership = node == nullptr})) return Locked();
-  std::optional<uint64_t> length;
-  if (const auto header = call.Header("Content-Length")) {
-    length = ParseDecimal(*header);
-    if (!length) return RefusalAnswer({400, "bad Content-Length"});
-  }
-  std::optional<ContentRange> range;
+  auto declared =
+      emulator::ParsePutDeclaration(call.Header("Content-Length"), call.Header("Content-Range"));
+  if (!declared.ok()) return RefusalAnswer(declared.refusal());
+  const std::optional<ContentRange>& range = declared.value().range;
   std::string token;
-  if (const auto header = call.Header("Content-Range")) {
-    range = emulator::ParseContentRange(*header);
-    if (!range) return RefusalAnswer({400, "bad Content-Range"});
-    if (length && *length != range->length()) {
-      return RefusalAnswer({400, "Content-Length does not match Content-Range"});
-    }
-    for (const Lock* held : state.locks.Covering(state.mail, call.rel)) {
-      if (std::find(call.tokens.begin(), call.tokens.end(), held->token) != call.tokens.end()) {
-        token = held->token;
-        break;
-      }
-    }
-    if (token.empty()) return RefusalAnswer({412, "a file sent in pieces must be locked first"});
+  if (range) {
+    const Lock* held = state.locks.PresentedCovering(state.mail, call.rel, call.tokens);
+    if (held == nullptr) return RefusalAnswer({412, "a file sent in pieces must be locked first"});
+    token = held->token;
   }
-  const std::optional<uint64_t> size = range ? std::optional(range->total) : length;
+  const std::optional<uint64_t> size = declared.value().FileSize();
   if (size && !state.Fits(node ? node->size() : 0, *size)) {
     return RefusalAnswer({507, "quota exceeded"});
   }

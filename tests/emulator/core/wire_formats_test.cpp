@@ -75,6 +75,23 @@ TEST(ContentRangeTest, AcceptsOnlyWellFormedPieces) {
   }
 }
 
+TEST(ContentRangeTest, APutDeclaresALengthOrAPieceThatAgree) {
+  const auto piece = ParsePutDeclaration("3", "bytes 4-6/10");
+  ASSERT_TRUE(piece.ok());
+  EXPECT_EQ(piece.value().range->first, 4u);
+  EXPECT_EQ(piece.value().FileSize(), 10u);
+  EXPECT_EQ(ParsePutDeclaration("7", std::nullopt).value().FileSize(), 7u);
+  EXPECT_EQ(ParsePutDeclaration(std::nullopt, std::nullopt).value().FileSize(), std::nullopt);
+  EXPECT_EQ(ParsePutDeclaration(std::nullopt, "bytes 0-0/1").value().FileSize(), 1u);
+  for (const auto& [length, range] : std::vector<std::pair<const char*, const char*>>{
+           {"x", nullptr}, {"-1", nullptr}, {nullptr, "bytes 1-0/2"}, {"2", "bytes 4-6/10"}}) {
+    auto opt = [](const char* v) { return v ? std::optional<std::string_view>(v) : std::nullopt; };
+    const auto refused = ParsePutDeclaration(opt(length), opt(range));
+    ASSERT_FALSE(refused.ok());
+    EXPECT_EQ(refused.refusal().status, 400);
+  }
+}
+
 TEST(CredentialsTest, TakesBasicCredentialsApartOrSaysWhy) {
   const auto ok = ParseBasicCredentials("basic  dGFybzpzZWM6cmV0");
   ASSERT_TRUE(ok.ok());
