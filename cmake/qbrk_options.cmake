@@ -44,3 +44,13 @@ function(qbrk_target_options target)
     target_compile_options(${target} PRIVATE -Wno-restrict)
   endif()
 endfunction()
+
+# Warnings for the emulator of the service and what it shares with the model of the service.
+# Their narrow literals stay UTF-8 (<chrono> does not compile for CP932); files that serve
+# Shift_JIS text of their own say so per file.
+# g++ 12 at -O2 and above warns wrongly about "text" + std::string (GCC bug 105329).
+function(qbrk_emulator_options target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wshadow -Wnon-virtual-dtor
+                                           $<$<BOOL:${QBRK_WERROR}>:-Werror>
+                                           $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+endfunction()

@@ -1,16 +1,8 @@
 #include "accounts.h"
 
-#include "http_message.h"
+#include "core/ascii_case.h"
 
 namespace qbrk::emulator {
-
-std::string LowerAscii(std::string_view text) {
-  std::string out(text);
-  for (char& c : out) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return out;
-}
 
 bool AccountTable::Init(const std::vector<AccountConfig>& accounts, uint64_t quota,
                         const std::string& accounts_dir, std::string* error) {

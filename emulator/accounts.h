@@ -42,6 +42,4 @@ class AccountTable {
   std::vector<std::unique_ptr<Account>> accounts_;
 };
 
-std::string LowerAscii(std::string_view text);
-
 }  // namespace qbrk::emulator

@@ -2,12 +2,11 @@
 #pragma once
 
 #include "accounts.h"
-#include "checked.h"
+#include "core/checked.h"
+#include "core/credentials.h"
 #include "http_message.h"
 
 namespace qbrk::emulator {
-
-inline constexpr char kRealm[] = "Quellanbrook";
 
 // The account named and proven by the Authorization header. A missing header, another
 // scheme or wrong credentials give 401; a header that cannot be decoded gives 400.

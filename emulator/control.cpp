@@ -3,10 +3,10 @@
 #include <cstring>
 #include <mutex>
 
-#include "content_range.h"
-#include "disk_path.h"
-#include "faults.h"
-#include "xml_text.h"
+#include "core/content_range.h"
+#include "core/disk_path.h"
+#include "core/faults.h"
+#include "core/xml_text.h"
 
 namespace qbrk::emulator {
 

@@ -3,9 +3,9 @@
 #include <mutex>
 
 #include "auth.h"
+#include "core/disk_path.h"
 #include "dav_methods.h"
 #include "dav_xml.h"
-#include "disk_path.h"
 
 namespace qbrk::emulator {
 
@@ -55,11 +55,7 @@ std::unique_ptr<Exchange> Dispatch(ServiceState& state, RequestHead head) {
   auto request = std::make_shared<DavRequest>(state, std::move(head), *account.value(),
                                               std::move(target.value().path.rel),
                                               target.value().path.trailing_slash);
-  const auto accept = request->head.headers.Get("Accept-Charset");
-  if (accept && (ContainsIgnoringAsciiCase(*accept, "shift_jis") ||
-                 ContainsIgnoringAsciiCase(*accept, "windows-31j"))) {
-    request->charset = Charset::kShiftJis;
-  }
+  request->charset = ChosenCharset(request->head.headers.Get("Accept-Charset"));
   if (const auto value = request->head.headers.Get("If")) {
     request->if_header = ParseIfHeader(*value);
     if (!request->if_header) return Refuse({400, "malformed If header"});

@@ -1,66 +1,38 @@
 // LOCK and UNLOCK.
 #include <algorithm>
 
-#include "content_range.h"
+#include "core/disk_path.h"
 #include "dav_methods.h"
 #include "dav_properties.h"
 #include "dav_xml.h"
-#include "disk_path.h"
-#include "faults.h"
 
 namespace qbrk::emulator {
 
 namespace {
 
-constexpr int64_t kDefaultLockSeconds = 3600;
-
-// "Timeout: Second-N" (or a list of choices); the first usable one, capped.
-int64_t GrantedSeconds(const Headers& headers, int64_t max_seconds) {
-  const auto value = headers.Get("Timeout");
-  if (!value) return std::min(kDefaultLockSeconds, max_seconds);
-  for (std::string_view choice : SplitWords(*value)) {
-    if (!choice.empty() && choice.back() == ',') choice.remove_suffix(1);
-    if (EqualsIgnoringAsciiCase(choice, "Infinite")) return max_seconds;
-    if (choice.size() > 7 && EqualsIgnoringAsciiCase(choice.substr(0, 7), "Second-")) {
-      const auto seconds = ParseDecimal(choice.substr(7));
-      if (seconds && *seconds > 0) {
-        return static_cast<int64_t>(std::min<uint64_t>(*seconds, max_seconds));
-      }
-    }
-  }
-  return std::min(kDefaultLockSeconds, max_seconds);
-}
-
 Response LockAnswer(const DavRequest& request, const Lock& lock) {
-  std::string xml = "<?xml version=\"1.0\" encoding=\"" +
-                    std::string(CharsetName(request.charset)) +
-                    "\"?>\n<D:prop xmlns:D=\"DAV:\"><D:lockdiscovery>" +
-                    ActiveLockXml(request, lock) + "</D:lockdiscovery></D:prop>\n";
-  Response r = XmlResponse(200, std::move(xml), CharsetName(request.charset));
+  Response r = XmlResponse(200, LockAnswerXml(request.charset, ActiveLockXml(request, lock)),
+                           CharsetName(request.charset));
   r.headers.Add("Lock-Token", "<" + lock.token + ">");
   return r;
 }
 
 Response Refresh(DavRequest& request, int64_t seconds) {
   if (!request.if_header) return RefusalResponse({400, "a LOCK without a body refreshes a lock"});
-  for (const std::string& token : request.tokens) {
-    Lock* lock = request.state.locks.FindMutable(token);
-    if (lock == nullptr || lock->user != request.account.mail) continue;
-    if (lock->rel != request.rel && !(lock->infinite && IsWithin(request.rel, lock->rel))) continue;
-    lock->timeout_seconds = seconds;
-    lock->expires_ms = request.state.NowMs() + seconds * 1000;
-    return LockAnswer(request, *lock);
-  }
-  return RefusalResponse({412, "no lock of the If header covers the resource"});
+  const Lock* lock = request.state.locks.Refresh(request.account.mail, request.rel, request.tokens,
+                                                 request.state.NowMs(), seconds);
+  if (lock == nullptr)
+    return RefusalResponse({412, "no lock of the If header covers the resource"});
+  return LockAnswer(request, *lock);
 }
 
 }  // namespace
 
 Response DavLock(DavRequest& request, std::string body) {
-  const auto depth = ParseDepth(request.head.headers, -1);
+  const auto depth = ParseDepth(request.head.headers.Get("Depth"), -1);
   if (!depth || *depth == 1) return RefusalResponse({400, "a lock has Depth 0 or infinity"});
-  const int64_t seconds =
-      GrantedSeconds(request.head.headers, request.state.config.max_lock_seconds);
+  const int64_t seconds = GrantedLockSeconds(request.head.headers.Get("Timeout"),
+                                             request.state.config.max_lock_seconds);
   if (body.find_first_not_of(" \t\r\n") == std::string::npos) return Refresh(request, seconds);
   auto info = ParseLockInfo(body);
   if (!info.ok()) return RefusalResponse(info.refusal());
@@ -101,21 +73,18 @@ Response DavLock(DavRequest& request, std::string body) {
 }
 
 Response DavUnlock(DavRequest& request, std::string) {
-  const auto header = request.head.headers.Get("Lock-Token");
-  if (!header || header->size() < 3 || header->front() != '<' || header->back() != '>') {
-    return RefusalResponse({400, "Lock-Token header missing or malformed"});
-  }
-  const std::string token(header->substr(1, header->size() - 2));
-  const Lock* lock = request.state.locks.Find(token);
+  const auto token = ParseLockTokenHeader(request.head.headers.Get("Lock-Token"));
+  if (!token) return RefusalResponse({400, "Lock-Token header missing or malformed"});
+  const Lock* lock = request.state.locks.Find(*token);
   // A lock that expired or was released is gone; the client counts 412 as done.
   if (lock == nullptr || lock->user != request.account.mail) {
     return RefusalResponse({412, "no such lock"});
   }
-  if (lock->rel != request.rel && !(lock->infinite && IsWithin(request.rel, lock->rel))) {
+  if (!lock->Covers(request.rel)) {
     return RefusalResponse({409, "the lock does not cover this resource"});
   }
-  request.state.locks.Remove(token);
-  request.state.staging.DropToken(token);
+  request.state.locks.Remove(*token);
+  request.state.staging.DropToken(*token);
   Response r;
   r.status = 204;
   return r;

@@ -4,14 +4,15 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
+#include "core/dav_headers.h"
+#include "core/folder_page.h"
 #include "dav_request.h"
 #include "exchange.h"
 
 namespace qbrk::emulator {
-
-inline constexpr char kAllowedMethods[] =
-    "OPTIONS, GET, HEAD, PUT, DELETE, MKCOL, PROPFIND, PROPPATCH, COPY, MOVE, LOCK, UNLOCK";
 
 Response DavOptions(DavRequest& request, std::string body);
 Response DavGet(DavRequest& request, std::string body);
@@ -27,8 +28,7 @@ Response DavUnlock(DavRequest& request, std::string body);
 // Takes state.mu itself.
 std::unique_ptr<Exchange> BeginPut(std::shared_ptr<DavRequest> request);
 
-// A simple HTML index of a folder, for browsers looking at a disk or a public page.
-std::string FolderPageHtml(std::string_view title, std::string_view publisher, bool parent_link,
-                           const DiskStore& disk, std::string_view rel);
+// The members of a folder for its HTML index (core/folder_page.h), by name.
+std::vector<FolderPageEntry> FolderPageEntries(const DiskStore& disk, std::string_view rel);
 
 }  // namespace qbrk::emulator

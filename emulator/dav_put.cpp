@@ -10,10 +10,10 @@
 #include <ctime>
 #include <mutex>
 
-#include "content_range.h"
+#include "core/content_range.h"
+#include "core/disk_path.h"
+#include "core/http_date.h"
 #include "dav_methods.h"
-#include "disk_path.h"
-#include "http_date.h"
 
 namespace qbrk::emulator {
 
@@ -230,30 +230,19 @@ std::unique_ptr<Exchange> BeginPut(std::shared_ptr<DavRequest> request) {
   if (!r.Permits(r.rel, {.membership = !node.exists()})) {
     return Refuse({423, "the resource is locked"});
   }
-  std::optional<uint64_t> length;
-  if (const auto header = r.head.headers.Get("Content-Length")) {
-    length = ParseDecimal(*header);
-    if (!length) return Refuse({400, "bad Content-Length"});
-  }
-  std::optional<ContentRange> range;
+  auto declared = ParsePutDeclaration(r.head.headers.Get("Content-Length"),
+                                      r.head.headers.Get("Content-Range"));
+  if (!declared.ok()) return Refuse(declared.refusal());
   std::string token;
-  if (const auto header = r.head.headers.Get("Content-Range")) {
-    range = ParseContentRange(*header);
-    if (!range) return Refuse({400, "bad Content-Range"});
-    if (length && *length != range->length()) {
-      return Refuse({400, "Content-Length does not match Content-Range"});
-    }
-    for (const Lock* held : r.state.locks.Covering(r.account.mail, r.rel)) {
-      if (std::find(r.tokens.begin(), r.tokens.end(), held->token) != r.tokens.end()) {
-        token = held->token;
-        break;
-      }
-    }
-    if (token.empty()) return Refuse({412, "a file sent in pieces must be locked first"});
+  if (declared.value().range) {
+    const Lock* held = r.state.locks.PresentedCovering(r.account.mail, r.rel, r.tokens);
+    if (held == nullptr) return Refuse({412, "a file sent in pieces must be locked first"});
+    token = held->token;
   }
-  const std::optional<uint64_t> size = range ? std::optional(range->total) : length;
+  const std::optional<uint64_t> size = declared.value().FileSize();
   if (size && !r.account.Fits(node.size, *size)) return Refuse({507, "quota exceeded"});
-  auto exchange = std::make_unique<PutExchange>(std::move(request), range, std::move(token));
+  auto exchange =
+      std::make_unique<PutExchange>(std::move(request), declared.value().range, std::move(token));
   if (auto refusal = exchange->Open()) return Refuse(*refusal);
   return exchange;
 }

@@ -1,11 +1,11 @@
 // OPTIONS, GET, HEAD and PROPFIND.
 #include <vector>
 
+#include "core/disk_path.h"
+#include "core/http_date.h"
 #include "dav_methods.h"
 #include "dav_properties.h"
 #include "dav_xml.h"
-#include "disk_path.h"
-#include "http_date.h"
 #include "protocol/service.h"
 
 namespace qbrk::emulator {
@@ -88,7 +88,7 @@ Response DavGet(DavRequest& request, std::string) {
   if (node.is_folder()) {
     r.headers.Add("Content-Type", "text/html; charset=Shift_JIS");
     r.body = FolderPageHtml(request.Path(request.rel, true), "", !request.rel.empty(),
-                            request.account.disk, request.rel);
+                            FolderPageEntries(request.account.disk, request.rel));
     return r;
   }
   UniqueFd fd = request.account.disk.OpenForReading(request.rel);
@@ -100,7 +100,7 @@ Response DavGet(DavRequest& request, std::string) {
 }
 
 Response DavPropfind(DavRequest& request, std::string body) {
-  const auto depth = ParseDepth(request.head.headers, -1);
+  const auto depth = ParseDepth(request.head.headers.Get("Depth"), -1);
   if (!depth) return RefusalResponse({400, "bad Depth header"});
   auto wanted = ParsePropfind(body);
   if (!wanted.ok()) return RefusalResponse(wanted.refusal());

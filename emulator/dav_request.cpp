@@ -1,6 +1,6 @@
 #include "dav_request.h"
 
-#include "disk_path.h"
+#include "core/disk_path.h"
 
 namespace qbrk::emulator {
 
@@ -43,22 +43,8 @@ bool DavRequest::IsNullResource(std::string_view at) const {
   return state.locks.IsNullResource(account.mail, at);
 }
 
-std::optional<int> ParseDepth(const Headers& headers, int fallback) {
-  const auto value = headers.Get("Depth");
-  if (!value) return fallback;
-  if (*value == "0") return 0;
-  if (*value == "1") return 1;
-  if (EqualsIgnoringAsciiCase(*value, "infinity")) return -1;
-  return std::nullopt;
-}
-
 Checked<RelativePath> ResolveOwnAddress(const DavRequest& request, std::string_view address) {
-  const size_t scheme = address.find("://");
-  if (scheme != std::string_view::npos) {
-    const size_t path = address.find('/', scheme + 3);
-    address = path == std::string_view::npos ? std::string_view("/") : address.substr(path);
-  }
-  auto target = ParseDiskTarget(address, true);
+  auto target = ParseDiskTarget(AddressPath(address), true);
   if (!target.ok()) return target.refusal();
   if (target.value().user != request.account.mail) {
     return Refusal{403, "the address is outside this account's disk"};

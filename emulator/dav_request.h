@@ -7,13 +7,13 @@
 #include <vector>
 
 #include "accounts.h"
-#include "checked.h"
-#include "disk_path.h"
+#include "core/checked.h"
+#include "core/disk_path.h"
+#include "core/if_header.h"
+#include "core/lock_table.h"
+#include "core/xml_text.h"
 #include "http_message.h"
-#include "if_header.h"
-#include "lock_table.h"
 #include "service_state.h"
-#include "xml_text.h"
 
 namespace qbrk::emulator {
 
@@ -43,9 +43,6 @@ struct DavRequest {
   bool IsNullResource(std::string_view at) const;
   Node Stat(std::string_view at) const { return account.disk.Stat(at); }
 };
-
-// Reads "Depth": 0, 1 or infinity (-1); what is missing is fallback; nothing when invalid.
-std::optional<int> ParseDepth(const Headers& headers, int fallback);
 
 // Resolves an address given in a Destination or If header to a path below this account's
 // disk; absolute URLs are reduced to their path.

@@ -3,11 +3,11 @@
 #include <cerrno>
 #include <cstring>
 
+#include "core/disk_path.h"
+#include "core/http_date.h"
 #include "dav_methods.h"
 #include "dav_properties.h"
 #include "dav_xml.h"
-#include "disk_path.h"
-#include "http_date.h"
 #include "protocol/service.h"
 
 namespace qbrk::emulator {
@@ -26,20 +26,9 @@ Response FailedWith(int err, std::string_view what) {
 // One multistatus response about the request's resource, with one propstat per status.
 Response PropPatchAnswer(const DavRequest& request, const std::vector<PropPatchOperation>& ops,
                          const std::vector<int>& statuses) {
-  std::string xml = MultistatusStart(request.charset) + "<D:response><D:href>" +
-                    request.HrefXml(request.rel, request.Stat(request.rel).is_folder()) +
-                    "</D:href>";
-  for (const int status : {200, 403, 409, 424}) {
-    std::string props;
-    for (size_t i = 0; i < ops.size(); ++i) {
-      if (statuses[i] == status) props += EmptyElement(ops[i].name);
-    }
-    if (props.empty()) continue;
-    xml += PropstatXml(props, status);
-  }
-  xml += "</D:response>\n";
-  xml += kMultistatusEnd;
-  return XmlResponse(207, std::move(xml), CharsetName(request.charset));
+  const std::string href = request.HrefXml(request.rel, request.Stat(request.rel).is_folder());
+  return XmlResponse(207, PropPatchAnswerXml(request.charset, href, ops, statuses),
+                     CharsetName(request.charset));
 }
 
 // Checks shared by COPY and MOVE; fills the destination and whether it exists.
@@ -54,7 +43,7 @@ std::optional<Response> CheckTransfer(DavRequest& request, bool move, std::strin
   if (overwrite && *overwrite != "T" && *overwrite != "F") {
     return RefusalResponse({400, "Overwrite is T or F"});
   }
-  const auto depth = ParseDepth(request.head.headers, -1);
+  const auto depth = ParseDepth(request.head.headers.Get("Depth"), -1);
   if (!depth || *depth == 1 || (move && *depth != -1)) {
     return RefusalResponse({400, "bad Depth header"});
   }
@@ -226,7 +215,7 @@ Response DavMkcol(DavRequest& request, std::string body) {
 
 Response DavDelete(DavRequest& request, std::string) {
   if (request.rel.empty()) return RefusalResponse({403, "the disk root cannot be deleted"});
-  const auto depth = ParseDepth(request.head.headers, -1);
+  const auto depth = ParseDepth(request.head.headers.Get("Depth"), -1);
   if (!depth || *depth != -1) return RefusalResponse({400, "DELETE is always recursive"});
   if (!request.Stat(request.rel).exists()) return RefusalResponse({404, "no such resource"});
   if (!request.Permits(request.rel, {.membership = true, .subtree = true})) return Locked();

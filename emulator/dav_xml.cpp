@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "xml_text.h"
+#include "core/xml_text.h"
 
 namespace qbrk::emulator {
 
@@ -115,13 +115,6 @@ pugi::xml_node FindDavChild(pugi::xml_node parent, std::string_view local) {
   return {};
 }
 
-std::string Trim(std::string_view text) {
-  const size_t first = text.find_first_not_of(" \t\r\n");
-  if (first == std::string_view::npos) return {};
-  const size_t last = text.find_last_not_of(" \t\r\n");
-  return std::string(text.substr(first, last - first + 1));
-}
-
 std::string TextOf(pugi::xml_node node) {
   std::string text;
   for (pugi::xml_node child : node.children()) {
@@ -159,7 +152,7 @@ void Serialize(pugi::xml_node node, std::string* out) {
 
 Checked<PropfindRequest> ParsePropfind(std::string_view body) {
   PropfindRequest request;
-  if (Trim(body).empty()) return request;
+  if (TrimXmlSpace(body).empty()) return request;
   Document doc;
   auto root = doc.Load(body);
   if (!root.ok()) return root.refusal();
@@ -203,7 +196,7 @@ Checked<std::vector<PropPatchOperation>> ParsePropPatch(std::string_view body) {
     for (pugi::xml_node p : Elements(prop)) {
       std::string value_xml;
       Serialize(p, &value_xml);
-      operations.push_back({remove, NameOf(p), Trim(TextOf(p)), std::move(value_xml)});
+      operations.push_back({remove, NameOf(p), TrimXmlSpace(TextOf(p)), std::move(value_xml)});
     }
   }
   if (operations.empty()) return Malformed("propertyupdate without instructions");

@@ -10,7 +10,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "disk_path.h"
+#include "core/disk_path.h"
 
 namespace qbrk::emulator {
 

@@ -19,8 +19,7 @@ Response BodyExchange::Finish() {
 }
 
 Response RefusalResponse(const Refusal& refusal) {
-  return TextResponse(refusal.status, std::string(ReasonPhrase(refusal.status)) +
-                                          (refusal.reason.empty() ? "" : ": " + refusal.reason));
+  return TextResponse(refusal.status, RefusalText(refusal));
 }
 
 std::unique_ptr<Exchange> Fixed(Response response) {

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "checked.h"
+#include "core/checked.h"
 #include "http_message.h"
 
 namespace qbrk::emulator {

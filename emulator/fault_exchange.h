@@ -3,8 +3,8 @@
 
 #include <memory>
 
+#include "core/faults.h"
 #include "exchange.h"
-#include "faults.h"
 #include "service_state.h"
 
 namespace qbrk::emulator {

@@ -10,29 +10,10 @@
 #include <variant>
 #include <vector>
 
+#include "core/headers.h"
 #include "unique_fd.h"
 
 namespace qbrk::emulator {
-
-// Header fields in arrival order; names compare without regard to ASCII case.
-class Headers {
- public:
-  using Field = std::pair<std::string, std::string>;
-
-  void Add(std::string name, std::string value);
-  // Replaces every field of that name by one.
-  void Set(std::string name, std::string value);
-  void Remove(std::string_view name);
-  std::optional<std::string_view> Get(std::string_view name) const;
-  bool Has(std::string_view name) const { return Get(name).has_value(); }
-  const std::vector<Field>& fields() const { return fields_; }
-
- private:
-  std::vector<Field> fields_;
-};
-
-bool EqualsIgnoringAsciiCase(std::string_view a, std::string_view b);
-bool ContainsIgnoringAsciiCase(std::string_view text, std::string_view part);
 
 struct RequestHead {
   std::string method;
@@ -66,7 +47,5 @@ struct Response {
 Response TextResponse(int status, std::string text);
 // A response whose body is an XML document.
 Response XmlResponse(int status, std::string xml, std::string_view charset);
-
-std::string_view ReasonPhrase(int status);
 
 }  // namespace qbrk::emulator

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "content_range.h"
+#include "core/content_range.h"
 
 namespace qbrk::emulator {
 

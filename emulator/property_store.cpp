@@ -2,9 +2,8 @@
 
 #include <pugixml.hpp>
 
-
-#include "disk_path.h"
-#include "percent_encoding.h"
+#include "core/disk_path.h"
+#include "core/percent_encoding.h"
 #include "state_file.h"
 
 namespace qbrk::emulator {

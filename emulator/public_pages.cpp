@@ -2,21 +2,15 @@
 #include <cstring>
 #include <mutex>
 
+#include "core/disk_path.h"
+#include "core/http_date.h"
 #include "dav_methods.h"
 #include "dav_properties.h"
-#include "disk_path.h"
-#include "http_date.h"
-#include "percent_encoding.h"
 #include "publishing.h"
-#include "xml_text.h"
 
 namespace qbrk::emulator {
 
 namespace {
-
-std::string Html(std::string_view bytes) {
-  return XmlSafeText(bytes, Charset::kShiftJis);
-}
 
 Response HtmlPage(int status, std::string html) {
   Response r;
@@ -42,23 +36,18 @@ Response Redirect(std::string location) {
 
 }  // namespace
 
-std::string FolderPageHtml(std::string_view title, std::string_view publisher, bool parent_link,
-                           const DiskStore& disk, std::string_view rel) {
-  std::string html =
-      "<!DOCTYPE html>\n<html lang=\"ja\"><head><meta charset=\"Shift_JIS\"><title>" + Html(title) +
-      "</title></head>\n<body>\n<h1>" + Html(title) + "</h1>\n";
-  if (!publisher.empty()) html += "<p>公開者: " + Html(publisher) + "</p>\n";
-  html += "<table>\n<tr><th>名前</th><th>サイズ</th><th>更新日時</th></tr>\n";
-  if (parent_link) html += "<tr><td><a href=\"../\">../</a></td></tr>\n";
+std::vector<FolderPageEntry> FolderPageEntries(const DiskStore& disk, std::string_view rel) {
+  std::vector<FolderPageEntry> entries;
   for (const std::string& name : disk.Children(rel)) {
     const Node node = disk.Stat(ChildOf(rel, name));
     if (!node.exists()) continue;
-    const std::string suffix = node.is_folder() ? "/" : "";
-    html += "<tr><td><a href=\"" + PercentEncode(name, "") + suffix + "\">" + Html(name) + suffix +
-            "</a></td><td>" + (node.is_file() ? std::to_string(node.size) : std::string()) +
-            "</td><td>" + FormatHttpDate(node.modified) + "</td></tr>\n";
+    FolderPageEntry& entry = entries.emplace_back();
+    entry.name = name;
+    entry.folder = node.is_folder();
+    if (node.is_file()) entry.size = node.size;
+    entry.modified = node.modified;
   }
-  return html + "</table>\n</body></html>\n";
+  return entries;
 }
 
 std::unique_ptr<Exchange> BeginPublicPage(ServiceState& state, RequestHead head) {
@@ -86,8 +75,8 @@ std::unique_ptr<Exchange> BeginPublicPage(ServiceState& state, RequestHead head)
     const DisplaySetting display = state.publications.Display(account->mail);
     const std::string publisher = display.custom ? display.name : account->mail;
     const std::string title = rel.empty() ? std::string("/") : NameOf(rel);
-    return Fixed(HtmlPage(
-        200, FolderPageHtml(title, publisher, !inside.value().rel.empty(), account->disk, rel)));
+    return Fixed(HtmlPage(200, FolderPageHtml(title, publisher, !inside.value().rel.empty(),
+                                              FolderPageEntries(account->disk, rel))));
   }
   if (!node.is_file() || inside.value().trailing_slash) return Fixed(NotFoundPage());
   UniqueFd fd = account->disk.OpenForReading(rel);

@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
-#include "disk_path.h"
-#include "http_date.h"
-#include "percent_encoding.h"
+#include "core/disk_path.h"
+#include "core/http_date.h"
+#include "core/percent_encoding.h"
 #include "state_file.h"
 
 namespace qbrk::emulator {

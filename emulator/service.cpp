@@ -6,9 +6,9 @@
 #include <mutex>
 
 #include "control.h"
+#include "core/percent_encoding.h"
 #include "dav_handler.h"
 #include "fault_exchange.h"
-#include "percent_encoding.h"
 #include "publishing.h"
 #include "service_state.h"
 
@@ -33,10 +33,7 @@ void RemoveLeftovers(const std::string& dir) {
 }  // namespace
 
 std::string BufferedResponse::Header(std::string_view name) const {
-  for (const auto& [key, value] : headers) {
-    if (EqualsIgnoringAsciiCase(key, name)) return value;
-  }
-  return {};
+  return std::string(FindHeader(headers, name).value_or(std::string_view()));
 }
 
 Service::Service() : state_(std::make_unique<ServiceState>()) {}

@@ -9,8 +9,8 @@
 
 #include "accounts.h"
 #include "config.h"
-#include "faults.h"
-#include "lock_table.h"
+#include "core/faults.h"
+#include "core/lock_table.h"
 #include "property_store.h"
 #include "publication_store.h"
 #include "upload_staging.h"

@@ -4,11 +4,11 @@
 #include <mutex>
 
 #include "auth.h"
-#include "disk_path.h"
-#include "http_date.h"
-#include "percent_encoding.h"
+#include "core/disk_path.h"
+#include "core/http_date.h"
+#include "core/percent_encoding.h"
+#include "core/shift_jis.h"
 #include "publishing.h"
-#include "shift_jis.h"
 
 namespace qbrk::emulator {
 

@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include "disk_path.h"
+#include "core/disk_path.h"
 
 namespace qbrk::emulator {
 

@@ -11,10 +11,10 @@
 #include <mutex>
 
 #include "common/file_time.h"
+#include "emulator/core/percent_encoding.h"
 #include "emulator/service.h"
 #include "emulator/service_state.h"
 #include "model/model_faults.h"
-#include "model/model_text.h"
 
 namespace qbrk::testing {
 
@@ -38,7 +38,7 @@ class ModelUnderTest final : public ServiceUnderTest {
 
   HandlerResponse Handle(const HandlerRequest& request) override {
     if (pending_ && request.method == fault_method_ &&
-        model::PercentDecode(request.path) == kModelRoot + fault_rel_) {
+        emulator::PercentDecode(request.path) == kModelRoot + fault_rel_) {
       pending_ = false;
       return model::HandleWithFault(model_, request, fault_);
     }

@@ -2,7 +2,7 @@
 // listings and modification times.
 #include <gtest/gtest.h>
 
-#include "emulator/base64.h"
+#include "emulator/core/base64.h"
 #include "emulator_fixture.h"
 #include "protocol/service.h"
 

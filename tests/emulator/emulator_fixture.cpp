@@ -7,7 +7,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "emulator/base64.h"
+#include "emulator/core/base64.h"
 #include "emulator/disk_store.h"
 
 namespace qbrk::emulator::testing {

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "emulator/base64.h"
+#include "emulator/core/base64.h"
 #include "http_test_client.h"
 
 namespace qbrk::emulator::testing {

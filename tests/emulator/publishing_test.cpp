@@ -3,7 +3,7 @@
 
 #include <ctime>
 
-#include "emulator/http_date.h"
+#include "emulator/core/http_date.h"
 #include "emulator_fixture.h"
 #include "protocol/service.h"
 

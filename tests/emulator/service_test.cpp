@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "emulator/base64.h"
+#include "emulator/core/base64.h"
 #include "protocol/service.h"
 
 namespace qbrk::emulator {

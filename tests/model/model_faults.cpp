@@ -13,7 +13,7 @@ HandlerResponse HandleWithFault(ModelService& model, const HandlerRequest& reque
     case FaultKind::kNone:
       return model.Handle(request);
     case FaultKind::kStatus: {
-      HandlerResponse answer = RefusalAnswer({fault.status, "injected fault"});
+      HandlerResponse answer = RefusalAnswer({static_cast<int>(fault.status), "injected fault"});
       answer.headers.emplace_back("Content-Length", std::to_string(answer.body.size()));
       if (request.method == "HEAD") answer.body.clear();
       return answer;

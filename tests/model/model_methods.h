@@ -7,15 +7,11 @@
 #include <string_view>
 #include <vector>
 
-#include "model_locks.h"
 #include "model_state.h"
 #include "model_text.h"
 #include "platform/memory/http_handler.h"
 
 namespace qbrk::model {
-
-inline constexpr char kAllowedMethods[] =
-    "OPTIONS, GET, HEAD, PUT, DELETE, MKCOL, PROPFIND, PROPPATCH, COPY, MOVE, LOCK, UNLOCK";
 
 // One request on the disk, with what every method needs to know.
 struct DavCall {
@@ -28,7 +24,9 @@ struct DavCall {
   std::vector<std::string> tokens{};  // lock tokens the request presents
 
   // The first header of that name (ASCII case ignored).
-  std::optional<std::string_view> Header(std::string_view name) const;
+  std::optional<std::string_view> Header(std::string_view name) const {
+    return FindHeader(request.headers, name);
+  }
   // The resource's full path as it goes on the wire; folders end with "/".
   std::string Path(std::string_view at, bool folder) const;
   // The same, ready for a href element of the answer.
@@ -42,8 +40,6 @@ struct DavCall {
 // "Reason: why\n" as plain text, the service's form of a refusal.
 HandlerResponse RefusalAnswer(const Refusal& refusal);
 HandlerResponse XmlAnswer(uint32_t status, std::string xml, Charset charset);
-// Reads "Depth": 0, 1 or infinity (-1); what is missing is fallback; nothing when invalid.
-std::optional<int> ParseDepth(const DavCall& call, int fallback);
 // "/~" + user + "/file/" + rel, with the address forms of an If header's tag reduced to it.
 std::optional<std::string> ResolveOwnAddress(const DavCall& call, std::string_view address);
 

@@ -9,68 +9,25 @@ namespace qbrk::model {
 
 namespace {
 
-std::string ContentTypeOf(std::string_view name) {
-  struct Type {
-    std::string_view extension;
-    std::string_view type;
-  };
-  static constexpr Type kTypes[] = {
-      {".txt", "text/plain"},      {".htm", "text/html"},   {".html", "text/html"},
-      {".css", "text/css"},        {".csv", "text/csv"},    {".xml", "application/xml"},
-      {".jpg", "image/jpeg"},      {".jpeg", "image/jpeg"}, {".png", "image/png"},
-      {".gif", "image/gif"},       {".bmp", "image/bmp"},   {".pdf", "application/pdf"},
-      {".zip", "application/zip"}, {".mp3", "audio/mpeg"},  {".mp4", "video/mp4"},
-  };
-  const std::string lower = LowerAsciiBytes(name.substr(name.rfind('/') + 1));
-  for (const Type& t : kTypes) {
-    if (lower.size() > t.extension.size() &&
-        std::string_view(lower).substr(lower.size() - t.extension.size()) == t.extension) {
-      return std::string(t.type);
-    }
-  }
-  return "application/octet-stream";
-}
-
 // The small page a browser gets for a folder, as the service writes it.
 std::string FolderPage(const DavCall& call) {
-  const std::string title = XmlSafeShiftJis(call.Path(call.rel, true));
-  std::string html =
-      "<!DOCTYPE html>\n<html lang=\"ja\"><head><meta charset=\"Shift_JIS\"><title>" + title +
-      "</title></head>\n<body>\n<h1>" + title + "</h1>\n";
-  html += "<table>\n<tr><th>名前</th><th>サイズ</th><th>更新日時</th></tr>\n";
-  if (!call.rel.empty()) html += "<tr><td><a href=\"../\">../</a></td></tr>\n";
+  std::vector<FolderPageEntry> entries;
   for (const std::string& name : call.state.Children(call.rel)) {
     const Resource& r = *call.state.Find(ChildOf(call.rel, name));
-    const std::string suffix = r.folder ? "/" : "";
-    html += "<tr><td><a href=\"" + PercentEncode(name, "") + suffix + "\">" +
-            XmlSafeShiftJis(name) + suffix + "</a></td><td>" +
-            (r.folder ? std::string() : std::to_string(r.size())) + "</td><td>" + r.Date() +
-            "</td></tr>\n";
+    FolderPageEntry& entry = entries.emplace_back();
+    entry.name = name;
+    entry.folder = r.folder;
+    if (!r.folder) entry.size = r.size();
+    entry.modified = UnixSeconds(r.time);
   }
-  return html + "</table>\n</body></html>\n";
-}
-
-// <D:local>inner</D:local>, appended.
-void AppendDav(std::string* out, std::string_view local, std::string_view inner) {
-  *out += "<D:";
-  *out += local;
-  *out += '>';
-  *out += inner;
-  *out += "</D:";
-  *out += local;
-  *out += '>';
+  return emulator::FolderPageHtml(call.Path(call.rel, true), "", !call.rel.empty(), entries);
 }
 
 void AppendLockDiscovery(std::string* out, const DavCall& call, std::string_view rel) {
-  const std::vector<const Lock*> covering = call.state.locks.Covering(rel);
-  if (covering.empty()) {
-    *out += "<D:lockdiscovery/>";
-    return;
-  }
-  *out += "<D:lockdiscovery>";
-  for (const Lock* lock : covering)
-    *out += ActiveLockXml(call, *lock);
-  *out += "</D:lockdiscovery>";
+  std::string active;
+  for (const Lock* lock : call.state.locks.Covering(call.state.mail, rel))
+    active += ActiveLockXml(call, *lock);
+  *out += emulator::LockDiscoveryXml(active);
 }
 
 // Appends the property's element with its value; false when the resource (null for a name
@@ -105,16 +62,11 @@ bool AppendProperty(std::string* out, const DavCall& call, const QName& name, st
     return true;
   }
   if (local == "supportedlock") {
-    *out +=
-        "<D:supportedlock><D:lockentry><D:lockscope><D:exclusive/></D:lockscope><D:locktype>"
-        "<D:write/></D:locktype></D:lockentry><D:lockentry><D:lockscope><D:shared/>"
-        "</D:lockscope><D:locktype><D:write/></D:locktype></D:lockentry></D:supportedlock>";
+    *out += emulator::kSupportedLockXml;
     return true;
   }
   if (local == "getlastmodified" && r != nullptr) {
-    *out += "<D:getlastmodified>";
-    *out += r->Date();
-    *out += "</D:getlastmodified>";
+    AppendDav(out, "getlastmodified", r->Date());
     return true;
   }
   if (r == nullptr || r->folder) return false;
@@ -128,20 +80,6 @@ bool AppendProperty(std::string* out, const DavCall& call, const QName& name, st
     return false;
   }
   return true;
-}
-
-std::vector<QName> AllPropNames(const Resource* r) {
-  auto dav = [](std::string_view local) { return QName{kDavNamespace, std::string(local)}; };
-  std::vector<QName> names{dav("resourcetype")};
-  if (r != nullptr) names.push_back(dav("getlastmodified"));
-  if (r != nullptr && !r->folder) {
-    names.push_back(dav("getcontentlength"));
-    names.push_back(dav("getetag"));
-    names.push_back(dav("getcontenttype"));
-  }
-  names.push_back(dav("lockdiscovery"));
-  names.push_back(dav("supportedlock"));
-  return names;
 }
 
 // Writes one response element of a multistatus; `found` and `missing` are scratch space
@@ -159,7 +97,9 @@ class ResponseWriter {
         if (!AppendProperty(&found_, call_, name, rel, r)) AppendEmptyElement(&missing_, name);
       }
     } else {
-      for (const QName& name : AllPropNames(r)) {
+      // No dead properties here: the live ones are all.
+      for (const QName& name :
+           emulator::LivePropertyNames(r != nullptr, r != nullptr && !r->folder)) {
         if (wanted_.kind == PropfindRequest::Kind::kPropName) {
           AppendEmptyElement(&found_, name);
         } else {
@@ -191,7 +131,7 @@ void WriteMembers(const ModelState& state, std::string_view rel, const Resource*
   if (r == nullptr || !r->folder || depth == 0) return;
   std::vector<std::string> reserved;
   if (!state.locks.all().empty()) {
-    for (std::string& name : state.locks.NullResourcesIn(rel)) {
+    for (std::string& name : state.locks.NullResourcesIn(state.mail, rel)) {
       if (!state.Find(ChildOf(rel, name))) reserved.push_back(std::move(name));
     }
   }
@@ -243,7 +183,7 @@ HandlerResponse DavGet(DavCall& call) {
 }
 
 HandlerResponse DavPropfind(DavCall& call) {
-  const auto depth = ParseDepth(call, -1);
+  const auto depth = ParseDepth(call.Header("Depth"), -1);
   if (!depth) return RefusalAnswer({400, "bad Depth header"});
   // Our client sends a handful of bodies again and again: each is read once.
   auto& read = call.state.propfind_bodies;
@@ -257,7 +197,7 @@ HandlerResponse DavPropfind(DavCall& call) {
   }
   const PropfindRequest& wanted = known->second;
   const Resource* resource = call.state.Find(call.rel);
-  if (!resource && !call.state.locks.IsNullResource(call.rel)) {
+  if (!resource && !call.state.locks.IsNullResource(call.state.mail, call.rel)) {
     return RefusalAnswer({404, "no such resource"});
   }
   std::string xml = MultistatusStart(call.charset);

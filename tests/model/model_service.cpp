@@ -6,14 +6,11 @@
 #include "model_methods.h"
 #include "model_state.h"
 #include "model_text.h"
-#include "model_xml.h"
 #include "protocol/service.h"
 
 namespace qbrk::model {
 
 namespace {
-
-constexpr char kRealm[] = "Quellanbrook";
 
 using Method = HandlerResponse (*)(DavCall& call);
 
@@ -35,66 +32,16 @@ constexpr MethodEntry kMethods[] = {
     {"UNLOCK", DavUnlock, 0},
 };
 
-std::optional<std::string_view> FindHeader(const HandlerRequest& request, std::string_view name) {
-  for (const auto& [key, value] : request.headers) {
-    if (EqualsAsciiNoCase(key, name)) return std::string_view(value);
-  }
-  return std::nullopt;
-}
-
-int SextetOf(char c) {
-  if (c >= 'A' && c <= 'Z') return c - 'A';
-  if (c >= 'a' && c <= 'z') return c - 'a' + 26;
-  if (c >= '0' && c <= '9') return c - '0' + 52;
-  if (c == '+') return 62;
-  if (c == '/') return 63;
-  return -1;
-}
-
-// Groups of four, "=" only at the end of the last one.
-std::optional<std::string> DecodeBase64(std::string_view text) {
-  if (text.size() % 4 != 0) return std::nullopt;
-  std::string out;
-  for (size_t i = 0; i < text.size(); i += 4) {
-    const bool last = i + 4 == text.size();
-    int padding = 0;
-    uint32_t group = 0;
-    for (size_t k = 0; k < 4; ++k) {
-      const char c = text[i + k];
-      if (c == '=' && last && k >= 2) {
-        ++padding;
-        group <<= 6;
-        continue;
-      }
-      const int sextet = SextetOf(c);
-      if (sextet < 0 || padding > 0) return std::nullopt;
-      group = (group << 6) | static_cast<uint32_t>(sextet);
-    }
-    out += static_cast<char>((group >> 16) & 0xFF);
-    if (padding < 2) out += static_cast<char>((group >> 8) & 0xFF);
-    if (padding < 1) out += static_cast<char>(group & 0xFF);
-  }
-  return out;
-}
-
 // Basic credentials of the one account: 401 when missing or wrong, 400 when malformed.
 Refusal Authenticate(ModelState& state, const HandlerRequest& request) {
-  const auto header = FindHeader(request, "Authorization");
-  if (!header) return {401, "credentials required"};
-  if (*header == state.accepted_authorization) return {};
-  const size_t space = header->find(' ');
-  if (space == std::string_view::npos || !EqualsAsciiNoCase(header->substr(0, space), "Basic")) {
-    return {401, "only Basic authentication is offered"};
-  }
-  std::string_view encoded = header->substr(space + 1);
-  while (!encoded.empty() && encoded.front() == ' ')
-    encoded.remove_prefix(1);
-  const auto decoded = DecodeBase64(encoded);
-  if (!decoded) return {400, "the Basic credentials are not base64"};
-  const size_t colon = decoded->find(':');
-  if (colon == std::string::npos) return {400, "the Basic credentials lack a colon"};
-  if (!EqualsAsciiNoCase(std::string_view(*decoded).substr(0, colon), state.config.user) ||
-      decoded->substr(colon + 1) != state.config.password) {
+  const auto header = FindHeader(request.headers, "Authorization");
+  // Our client sends the same header every time: what was found right once is not decoded
+  // again.
+  if (header && *header == state.accepted_authorization) return {};
+  auto credentials = emulator::ParseBasicCredentials(header);
+  if (!credentials.ok()) return credentials.refusal();
+  if (!EqualsIgnoringAsciiCase(credentials.value().user, state.config.user) ||
+      credentials.value().password != state.config.password) {
     return {401, "wrong user name or password"};
   }
   state.accepted_authorization = std::string(*header);
@@ -102,26 +49,19 @@ Refusal Authenticate(ModelState& state, const HandlerRequest& request) {
 }
 
 HandlerResponse Dispatch(ModelState& state, const HandlerRequest& request, std::string_view path) {
-  DiskTarget target;
-  const Refusal bad_target = ParseDiskTarget(path, &target);
+  auto target = emulator::ParseDiskTarget(path, true);
   if (Refusal r = Authenticate(state, request)) {
     HandlerResponse answer = RefusalAnswer(r);
-    if (r.status == 401) {
-      answer.headers.emplace_back("WWW-Authenticate",
-                                  std::string("Basic realm=\"") + kRealm + "\"");
-    }
+    if (r.status == 401) answer.headers.emplace_back("WWW-Authenticate", emulator::kBasicChallenge);
     return answer;
   }
-  if (bad_target) return RefusalAnswer(bad_target);
-  if (target.user != state.mail) {
-    return RefusalAnswer({404, "not your disk"});
-  }
-  DavCall call{state, request, std::move(target.rel), target.trailing_slash};
-  const auto accept = call.Header("Accept-Charset");
-  if (accept &&
-      (ContainsAsciiNoCase(*accept, "shift_jis") || ContainsAsciiNoCase(*accept, "windows-31j"))) {
-    call.charset = Charset::kShiftJis;
-  }
+  if (!target.ok()) return RefusalAnswer(target.refusal());
+  // One account: another disk is not there at all (the emulator says 403 when it is someone
+  // else's).
+  if (target.value().user != state.mail) return RefusalAnswer({404, "not your disk"});
+  DavCall call{state, request, std::move(target.value().path.rel),
+               target.value().path.trailing_slash};
+  call.charset = ChosenCharset(call.Header("Accept-Charset"));
   if (const auto value = call.Header("If")) {
     call.if_header = ParseIfHeader(*value);
     if (!call.if_header) return RefusalAnswer({400, "malformed If header"});
@@ -156,7 +96,8 @@ void AddServiceHeaders(const ModelState& state, const HandlerRequest& request,
   if (state.config.vfs_version) {
     answer->headers.emplace_back(kVersionHeader, *state.config.vfs_version);
   }
-  if (FindHeader(request, kPreferredHostHeader) == "*" && !state.config.preferred_host.empty()) {
+  if (FindHeader(request.headers, kPreferredHostHeader) == "*" &&
+      !state.config.preferred_host.empty()) {
     answer->headers.emplace_back(kPreferredHostHeader, state.config.preferred_host);
   }
 }
@@ -165,7 +106,7 @@ void AddServiceHeaders(const ModelState& state, const HandlerRequest& request,
 
 ModelService::ModelService(ModelConfig config) : state_(std::make_unique<ModelState>()) {
   state_->config = std::move(config);
-  state_->mail = LowerAsciiBytes(state_->config.user);
+  state_->mail = LowerAscii(state_->config.user);
   state_->disk_path = "/~" + state_->mail + "/file/";
   for (const Charset charset : {Charset::kUtf8, Charset::kShiftJis})
     state_->disk_href[static_cast<int>(charset)] = HrefText(state_->disk_path, charset);
@@ -256,14 +197,11 @@ std::string ModelService::HoldLock(const std::string& path, const LockOptions& o
   state.ReadClock();
   state.ExpireLocks();
   const LockScope scope = options.shared ? LockScope::kShared : LockScope::kExclusive;
-  if (state.locks.Conflicts(path, scope, options.infinite)) return {};
-  Lock lock;
-  lock.token = state.NewLockToken();
-  lock.rel = path;
+  if (state.locks.Conflicts(state.mail, path, scope, options.infinite)) return {};
+  Lock lock = state.NewLock(path, options.seconds);
   lock.scope = scope;
   lock.infinite = options.infinite;
   lock.owner_xml = XmlEscape(options.owner);
-  lock.expires = state.Now() + static_cast<uint64_t>(options.seconds) * kFileTimeTicksPerSecond;
   lock.null_resource = state.Find(path) == nullptr;
   return state.locks.Add(std::move(lock)).token;
 }
@@ -271,14 +209,16 @@ std::string ModelService::HoldLock(const std::string& path, const LockOptions& o
 std::vector<LockInfo> ModelService::Locks() const {
   std::vector<LockInfo> out;
   for (const Lock& lock : state_->locks.all()) {
+    const uint64_t expires =
+        static_cast<uint64_t>(lock.expires_ms) * (kFileTimeTicksPerSecond / 1000);
     out.push_back({lock.rel, lock.owner_xml, lock.token, lock.infinite,
-                   lock.scope == LockScope::kShared, lock.expires});
+                   lock.scope == LockScope::kShared, expires});
   }
   return out;
 }
 
 void ModelService::ReleaseLocks() {
-  state_->locks.Clear();
+  state_->locks.RemoveInside(state_->mail, "");
   state_->staging.clear();
 }
 

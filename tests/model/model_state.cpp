@@ -2,9 +2,6 @@
 
 #include <algorithm>
 
-#include "common/file_time.h"
-#include "model_text.h"
-
 namespace qbrk::model {
 
 namespace {
@@ -87,7 +84,7 @@ void ModelState::InstallFile(const std::string& rel, std::string bytes, uint64_t
   file.content = std::move(bytes);
   file.time = time;
   file.version = next_version++;
-  locks.Materialize(rel);
+  locks.Materialize(mail, rel);
   if (touch_parent) resources[ParentOf(rel)].time = Now();
 }
 
@@ -96,7 +93,7 @@ void ModelState::MakeFolder(const std::string& rel, uint64_t time, bool touch_pa
   folder.folder = true;
   folder.time = time;
   folder.version = next_version++;
-  locks.Materialize(rel);
+  locks.Materialize(mail, rel);
   if (touch_parent) resources[ParentOf(rel)].time = Now();
 }
 
@@ -108,15 +105,15 @@ void ModelState::RemoveTree(const std::string& rel, bool touch_parent) {
   });
   for (const std::string& key : gone)
     resources.erase(key);
-  for (const std::string& token : locks.RemoveInside(rel))
-    DropUploads(token);
+  for (const Lock& lock : locks.RemoveInside(mail, rel))
+    DropUploads(lock.token);
   std::erase_if(staging, [&](const StagedUpload& u) { return IsWithin(u.rel, rel); });
   if (touch_parent && !rel.empty()) resources[ParentOf(rel)].time = Now();
 }
 
 void ModelState::ExpireLocks() {
-  for (const std::string& token : locks.Expire(Now()))
-    DropUploads(token);
+  for (const Lock& lock : locks.Expire(NowMs()))
+    DropUploads(lock.token);
 }
 
 void ModelState::DropUploads(std::string_view token) {
@@ -130,11 +127,16 @@ StagedUpload* ModelState::FindUpload(std::string_view token, std::string_view re
   return nullptr;
 }
 
-std::string ModelState::NewLockToken() {
+Lock ModelState::NewLock(std::string rel, int64_t seconds) {
+  Lock lock;
   // Shaped as the service's random version 4 UUIDs, but counted, so that runs repeat.
-  std::string token = "opaquelocktoken:00000000-0000-4000-8000-";
-  AppendHex(&token, next_token++, 12);
-  return token;
+  lock.token = "opaquelocktoken:00000000-0000-4000-8000-";
+  AppendHex(&lock.token, next_token++, 12);
+  lock.user = mail;
+  lock.rel = std::move(rel);
+  lock.timeout_seconds = seconds;
+  lock.expires_ms = NowMs() + seconds * 1000;
+  return lock;
 }
 
 }  // namespace qbrk::model

@@ -9,9 +9,9 @@
 #include <string_view>
 #include <vector>
 
-#include "model_locks.h"
+#include "common/file_time.h"
 #include "model_service.h"
-#include "model_xml.h"
+#include "model_text.h"
 
 namespace qbrk::model {
 
@@ -53,6 +53,8 @@ struct ModelState {
   uint64_t now = 0;  // the clock's reading for the request in hand
   // Every resource by its path below the disk root; "" is the root folder.
   std::map<std::string, Resource, std::less<>> resources;
+  // The emulator's lock table, all locks on the one disk (their user is `mail`), with
+  // expiry in milliseconds since 1601 (NowMs).
   LockTable locks;
   std::vector<StagedUpload> staging;
   uint64_t used = 0;  // bytes of all files
@@ -65,6 +67,7 @@ struct ModelState {
   // that one request sees one time.
   uint64_t ReadClock();
   uint64_t Now() const { return now; }
+  int64_t NowMs() const { return static_cast<int64_t>(now / (kFileTimeTicksPerSecond / 1000)); }
 
   const Resource* Find(std::string_view rel) const;
   bool IsFile(std::string_view rel) const;
@@ -86,9 +89,10 @@ struct ModelState {
 
   // Drops the locks that ran out, with the uploads made under them.
   void ExpireLocks();
+  // A lock of this disk's account, expiring `seconds` from now.
+  Lock NewLock(std::string rel, int64_t seconds);
   void DropUploads(std::string_view token);
   StagedUpload* FindUpload(std::string_view token, std::string_view rel);
-  std::string NewLockToken();
 };
 
 }  // namespace qbrk::model

@@ -1,85 +1,84 @@
-// Paths and text of the model service: request paths mapped onto the disk with the service's
-// rules, and the escapes of the XML and HTML it writes.
-//
-// A disk path is "/~" + user + "/file/" + the path below the disk root. Below the root each
-// segment is percent-decoded into the raw bytes of a name (code page 932 for our client) and
-// must stay one name: "." and "..", an escaped "/" and a single-byte "\" are refused, so
-// nothing leaves the disk.
+// Paths, locks and text of the model service: the emulator's own rules (emulator/core) for
+// request paths, header values, the If header, the lock table, escapes and the text of its
+// answers, so that the two cannot drift; and the model's own forms of times and numbers.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <string_view>
+
+#include "emulator/core/ascii_case.h"
+#include "emulator/core/content_range.h"
+#include "emulator/core/credentials.h"
+#include "emulator/core/dav_bodies.h"
+#include "emulator/core/dav_elements.h"
+#include "emulator/core/dav_headers.h"
+#include "emulator/core/disk_path.h"
+#include "emulator/core/folder_page.h"
+#include "emulator/core/headers.h"
+#include "emulator/core/http_date.h"
+#include "emulator/core/if_header.h"
+#include "emulator/core/live_properties.h"
+#include "emulator/core/lock_table.h"
+#include "emulator/core/refusal.h"
+#include "emulator/core/xml_text.h"
 
 namespace qbrk::model {
 
-inline constexpr size_t kMaxNameBytes = 255;
-inline constexpr size_t kMaxPathBytes = 2048;
+using emulator::ChangeScope;
+using emulator::Charset;
+using emulator::ContentRange;
+using emulator::FolderPageEntry;
+using emulator::IfHeader;
+using emulator::Lock;
+using emulator::LockRequest;
+using emulator::LockScope;
+using emulator::LockTable;
+using emulator::PropfindRequest;
+using emulator::PropPatchOperation;
+using emulator::QName;
+using emulator::Refusal;
+using emulator::ResourceState;
 
-// Why a request is refused; status 0 refuses nothing.
-struct Refusal {
-  uint32_t status = 0;
-  std::string reason;
-  explicit operator bool() const { return status != 0; }
-};
+using emulator::AddressPath;
+using emulator::AppendDav;
+using emulator::AppendEmptyElement;
+using emulator::AppendHrefText;
+using emulator::AppendPropstat;
+using emulator::CharsetName;
+using emulator::ChildOf;
+using emulator::ChosenCharset;
+using emulator::ContentTypeOf;
+using emulator::Element;
+using emulator::EqualsIgnoringAsciiCase;
+using emulator::EvaluateIfHeader;
+using emulator::FindHeader;
+using emulator::HrefText;
+using emulator::IsCreatableName;
+using emulator::IsLiveProperty;
+using emulator::IsWithin;
+using emulator::kAllowedMethods;
+using emulator::kDavNamespace;
+using emulator::kMaxXmlBodyBytes;
+using emulator::kMultistatusEnd;
+using emulator::LowerAscii;
+using emulator::MultistatusStart;
+using emulator::NameOf;
+using emulator::ParentOf;
+using emulator::ParseDepth;
+using emulator::ParseIfHeader;
+using emulator::TrimXmlSpace;
+using emulator::XmlEscape;
 
-// "/~user/file[/name...[/]]" taken apart.
-struct DiskTarget {
-  std::string user;  // what follows "/~", decoded
-  std::string rel;   // names joined by "/", "" for the disk root
-  bool trailing_slash = false;
-};
-
-// Parses a request path; a path of another shape is 404.
-Refusal ParseDiskTarget(std::string_view target, DiskTarget* out);
-
-std::optional<std::string> PercentDecode(std::string_view text);
-// Unreserved bytes and those in `keep` stay, the rest become "%XX".
-std::string PercentEncode(std::string_view bytes, std::string_view keep);
-
-// Length of the code page 932 character at text[i]: 1, 2, or 0 for a byte that starts no
-// valid character.
-size_t ShiftJisCharLength(std::string_view text, size_t i);
-
-// Names a new resource may not have: control bytes cannot be written in XML.
-bool IsCreatableName(std::string_view name);
-
-std::string ParentOf(std::string_view rel);
-std::string NameOf(std::string_view rel);
-std::string ChildOf(std::string_view rel, std::string_view name);
-// rel is ancestor itself or lies below it.
-bool IsWithin(std::string_view rel, std::string_view ancestor);
-
-bool EqualsAsciiNoCase(std::string_view a, std::string_view b);
-bool ContainsAsciiNoCase(std::string_view text, std::string_view part);
-std::string LowerAsciiBytes(std::string_view text);
-
-// &, <, > and the double quote.
-std::string XmlEscape(std::string_view text);
-// XmlEscape, with bytes that start no code page 932 character and control bytes written as
-// "%XX", so that a Shift_JIS document stays well-formed.
-std::string XmlSafeShiftJis(std::string_view bytes);
-void AppendXmlSafeShiftJis(std::string* out, std::string_view bytes);
-
-// The document encoding of an answer: our client asks for Shift_JIS and gets names as raw
-// bytes; other clients get UTF-8 documents with escaped addresses.
-enum class Charset { kUtf8, kShiftJis };
-std::string_view CharsetName(Charset charset);
-// An address ready for a href element. Escaping works byte by byte or character by
-// character, so the address of a path is that of its parts one after the other.
-std::string HrefText(std::string_view path, Charset charset);
-void AppendHrefText(std::string* out, std::string_view path, Charset charset);
-
+// The model's times are FILETIMEs (100 ns since 1601), the emulator's dates count seconds since
+// 1970.
+int64_t UnixSeconds(uint64_t file_time);
+// Nothing for a time before 1601, which a FILETIME cannot hold.
+std::optional<uint64_t> FileTimeOfUnixSeconds(int64_t seconds);
 // "Sun, 06 Nov 1994 08:49:37 GMT"; nothing for a time whose year has not four digits.
-// Written without printf, which the sanitizers make slow.
-void AppendHttpDate(std::string* out, uint64_t file_time);
 std::string HttpDate(uint64_t file_time);
+
 // Lower-case hexadecimal digits, without leading zeros (at least `width` digits).
 void AppendHex(std::string* out, uint64_t value, int width = 1);
-
-// "Not Found" and the like.
-std::string_view ReasonPhrase(uint32_t status);
 
 }  // namespace qbrk::model

@@ -1,87 +1,20 @@
 // PROPPATCH, MKCOL, DELETE and PUT (whole, and in pieces under a lock).
-#include <algorithm>
-
 #include "model_methods.h"
 #include "model_xml.h"
-#include "protocol/http_date.h"
-#include "protocol/service.h"
 
 namespace qbrk::model {
 
 namespace {
 
-constexpr std::string_view kLiveProperties[] = {
-    "resourcetype",   "getlastmodified", "getcontentlength", "getetag",
-    "getcontenttype", "lockdiscovery",   "supportedlock",    "creationdate"};
-
-bool IsLiveProperty(const QName& name) {
-  if (name.ns == kVendorNamespace) return true;
-  if (name.ns != kDavNamespace) return false;
-  for (std::string_view live : kLiveProperties) {
-    if (name.local == live) return true;
-  }
-  return false;
-}
-
 HandlerResponse Locked() {
   return RefusalAnswer({423, "the resource is locked"});
 }
 
-// Only the exact 29-character form with the right weekday, as the service takes it.
-std::optional<uint64_t> ExactHttpDate(std::string_view text) {
-  uint64_t file_time = 0;
-  if (!ParseHttpDate(text, &file_time) || HttpDate(file_time) != text) return std::nullopt;
-  return file_time;
-}
-
 HandlerResponse PropPatchAnswer(const DavCall& call, const std::vector<PropPatchOperation>& ops,
-                                const std::vector<uint32_t>& statuses) {
-  std::string xml = MultistatusStart(call.charset) + "<D:response><D:href>" +
-                    call.Href(call.rel, call.state.IsFolder(call.rel)) + "</D:href>";
-  for (const uint32_t status : {200u, 403u, 409u, 424u}) {
-    std::string props;
-    for (size_t i = 0; i < ops.size(); ++i) {
-      if (statuses[i] == status) props += EmptyElement(ops[i].name);
-    }
-    if (!props.empty()) xml += PropstatXml(props, status);
-  }
-  xml += "</D:response>\n";
-  xml += kMultistatusEnd;
-  return XmlAnswer(207, std::move(xml), call.charset);
-}
-
-std::optional<uint64_t> ParseDecimal(std::string_view text) {
-  if (text.empty() || text.size() > 19) return std::nullopt;  // 19 digits always fit
-  uint64_t value = 0;
-  for (const char c : text) {
-    if (c < '0' || c > '9') return std::nullopt;
-    value = value * 10 + static_cast<uint64_t>(c - '0');
-  }
-  return value;
-}
-
-struct ContentRange {
-  uint64_t first = 0;
-  uint64_t last = 0;
-  uint64_t total = 0;
-  uint64_t length() const { return last - first + 1; }
-};
-
-// "bytes first-last/total"
-std::optional<ContentRange> ParseContentRange(std::string_view value) {
-  constexpr std::string_view kUnit = "bytes ";
-  if (value.substr(0, kUnit.size()) != kUnit) return std::nullopt;
-  value.remove_prefix(kUnit.size());
-  const size_t dash = value.find('-');
-  const size_t slash = value.find('/');
-  if (dash == std::string_view::npos || slash == std::string_view::npos || slash < dash) {
-    return std::nullopt;
-  }
-  const auto first = ParseDecimal(value.substr(0, dash));
-  const auto last = ParseDecimal(value.substr(dash + 1, slash - dash - 1));
-  const auto total = ParseDecimal(value.substr(slash + 1));
-  if (!first || !last || !total || *first > *last || *last >= *total) return std::nullopt;
-  return ContentRange{*first, *last, *total};
+                                const std::vector<int>& statuses) {
+  const std::string href = call.Href(call.rel, call.state.IsFolder(call.rel));
+  return XmlAnswer(207, emulator::PropPatchAnswerXml(call.charset, href, ops, statuses),
+                   call.charset);
 }
 
 // Puts a complete file in place of the resource: 201 new, 204 replaced.
@@ -141,14 +74,14 @@ HandlerResponse DavProppatch(DavCall& call) {
   if (!call.Permits(call.rel, {})) return Locked();
   // The time can be set; the other computed properties cannot, and a request that touches
   // one of them changes nothing at all.
-  std::vector<uint32_t> statuses;
-  std::optional<uint64_t> modified;
+  std::vector<int> statuses;
+  std::optional<int64_t> modified;
   bool refused = false;
   bool dead = false;
   for (const PropPatchOperation& op : ops) {
-    uint32_t status = 200;
+    int status = 200;
     if (op.name.Is(kDavNamespace, "getlastmodified") && !op.remove) {
-      modified = ExactHttpDate(op.text);
+      modified = emulator::ParseHttpDate(op.text);
       if (!modified) return RefusalAnswer({400, "getlastmodified is not an HTTP date"});
     } else if (IsLiveProperty(op.name)) {
       status = 403;
@@ -159,14 +92,18 @@ HandlerResponse DavProppatch(DavCall& call) {
     statuses.push_back(status);
   }
   if (refused) {
-    for (uint32_t& status : statuses)
+    for (int& status : statuses)
       status = status == 200 ? 424 : status;
     return PropPatchAnswer(call, ops, statuses);
   }
   if (dead) return RefusalAnswer({501, "the model keeps no dead properties"});
   if (modified) {
+    // The model holds any time a FILETIME can, where the emulator's disk holds less (ext4:
+    // 1901 to 2446); both refuse what they cannot hold in the same words.
+    const std::optional<uint64_t> file_time = FileTimeOfUnixSeconds(*modified);
+    if (!file_time) return RefusalAnswer({500, "the data folder cannot hold this time"});
     Resource& r = call.state.resources[call.rel];
-    r.time = *modified;
+    r.time = *file_time;
     r.version = call.state.next_version++;
   }
   return PropPatchAnswer(call, ops, statuses);
@@ -190,7 +127,7 @@ HandlerResponse DavMkcol(DavCall& call) {
 
 HandlerResponse DavDelete(DavCall& call) {
   if (call.rel.empty()) return RefusalAnswer({403, "the disk root cannot be deleted"});
-  const auto depth = ParseDepth(call, -1);
+  const auto depth = ParseDepth(call.Header("Depth"), -1);
   if (!depth || *depth != -1) return RefusalAnswer({400, "DELETE is always recursive"});
   if (!call.state.Find(call.rel)) return RefusalAnswer({404, "no such resource"});
   if (!call.Permits(call.rel, {.membership = true, .subtree = true})) return Locked();
@@ -215,28 +152,17 @@ HandlerResponse DavPut(DavCall& call) {
   }
   if (Refusal r = call.CheckIf()) return RefusalAnswer(r);
   if (!call.Permits(call.rel, {.membership = node == nullptr})) return Locked();
-  std::optional<uint64_t> length;
-  if (const auto header = call.Header("Content-Length")) {
-    length = ParseDecimal(*header);
-    if (!length) return RefusalAnswer({400, "bad Content-Length"});
-  }
-  std::optional<ContentRange> range;
+  auto declared =
+      emulator::ParsePutDeclaration(call.Header("Content-Length"), call.Header("Content-Range"));
+  if (!declared.ok()) return RefusalAnswer(declared.refusal());
+  const std::optional<ContentRange>& range = declared.value().range;
   std::string token;
-  if (const auto header = call.Header("Content-Range")) {
-    range = ParseContentRange(*header);
-    if (!range) return RefusalAnswer({400, "bad Content-Range"});
-    if (length && *length != range->length()) {
-      return RefusalAnswer({400, "Content-Length does not match Content-Range"});
-    }
-    for (const Lock* held : state.locks.Covering(call.rel)) {
-      if (std::find(call.tokens.begin(), call.tokens.end(), held->token) != call.tokens.end()) {
-        token = held->token;
-        break;
-      }
-    }
-    if (token.empty()) return RefusalAnswer({412, "a file sent in pieces must be locked first"});
+  if (range) {
+    const Lock* held = state.locks.PresentedCovering(state.mail, call.rel, call.tokens);
+    if (held == nullptr) return RefusalAnswer({412, "a file sent in pieces must be locked first"});
+    token = held->token;
   }
-  const std::optional<uint64_t> size = range ? std::optional(range->total) : length;
+  const std::optional<uint64_t> size = declared.value().FileSize();
   if (size && !state.Fits(node ? node->size() : 0, *size)) {
     return RefusalAnswer({507, "quota exceeded"});
   }

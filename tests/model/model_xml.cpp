@@ -1,6 +1,5 @@
 #include "model_xml.h"
 
-#include "protocol/service.h"
 #include "protocol/xml/xml_document.h"
 
 namespace qbrk::model {
@@ -16,13 +15,6 @@ Refusal Malformed(std::string reason) {
 
 bool IsSpace(char c) {
   return c == ' ' || c == '\t' || c == '\r' || c == '\n';
-}
-
-std::string Trim(std::string_view text) {
-  const size_t first = text.find_first_not_of(" \t\r\n");
-  if (first == std::string_view::npos) return {};
-  const size_t last = text.find_last_not_of(" \t\r\n");
-  return std::string(text.substr(first, last - first + 1));
 }
 
 // A parsed request body: the reader's tree and the namespace declarations found in its text.
@@ -139,22 +131,11 @@ class Body {
   bool bad_declaration_ = false;
 };
 
-std::string TagOf(const QName& name) {
-  if (name.ns == kDavNamespace) return "D:" + name.local;
-  if (name.ns == kVendorNamespace) return "F:" + name.local;
-  return name.local;
-}
-
-std::string NamespaceAttribute(const QName& name) {
-  if (name.ns == kDavNamespace || name.ns == kVendorNamespace) return {};
-  return " xmlns=\"" + XmlEscape(name.ns) + "\"";
-}
-
 }  // namespace
 
 Refusal ReadPropfind(std::string_view body, PropfindRequest* out) {
   *out = PropfindRequest();
-  if (Trim(body).empty()) return {};
+  if (TrimXmlSpace(body).empty()) return {};
   Body doc;
   if (Refusal r = doc.Load(body)) return r;
   if (!doc.NameOf(doc.root()).Is(kDavNamespace, "propfind")) return Malformed("not a propfind");
@@ -192,7 +173,7 @@ Refusal ReadPropPatch(std::string_view body, std::vector<PropPatchOperation>* ou
     const std::string_view value =
         body.substr(kHead.size(), body.size() - kHead.size() - kTail.size());
     if (value.find_first_of("<&>") == std::string_view::npos) {
-      out->push_back({false, QName{kDavNamespace, "getlastmodified"}, Trim(value)});
+      out->push_back({false, QName{kDavNamespace, "getlastmodified"}, TrimXmlSpace(value), ""});
       return {};
     }
   }
@@ -208,7 +189,7 @@ Refusal ReadPropPatch(std::string_view body, std::vector<PropPatchOperation>* ou
     const XmlNodeId prop = doc.FindDavChild(instruction, "prop");
     if (prop == kNoXmlNode) return Malformed("set or remove without prop");
     for (XmlNodeId p : doc.Elements(prop))
-      out->push_back({remove, doc.NameOf(p), Trim(doc.TextOf(p))});
+      out->push_back({remove, doc.NameOf(p), TrimXmlSpace(doc.TextOf(p)), ""});
   }
   if (out->empty()) return Malformed("propertyupdate without instructions");
   return {};
@@ -237,68 +218,6 @@ Refusal ReadLockInfo(std::string_view body, LockRequest* out) {
     out->owner_xml = XmlEscape(doc.TextOf(owner));
   }
   return {};
-}
-
-std::string EmptyElement(const QName& name) {
-  std::string out;
-  AppendEmptyElement(&out, name);
-  return out;
-}
-
-void AppendEmptyElement(std::string* out, const QName& name) {
-  *out += '<';
-  if (name.ns == kDavNamespace) {
-    *out += "D:";
-  } else if (name.ns == kVendorNamespace) {
-    *out += "F:";
-  }
-  *out += name.local;
-  if (name.ns != kDavNamespace && name.ns != kVendorNamespace) {
-    *out += " xmlns=\"";
-    *out += XmlEscape(name.ns);
-    *out += '"';
-  }
-  *out += "/>";
-}
-
-std::string Element(const QName& name, std::string_view inner_xml) {
-  const std::string tag = TagOf(name);
-  std::string xml = "<" + tag + NamespaceAttribute(name) + ">";
-  xml += inner_xml;
-  xml += "</" + tag + ">";
-  return xml;
-}
-
-std::string Dav(std::string_view local, std::string_view inner_xml) {
-  std::string xml = "<D:";
-  xml += local;
-  xml += ">";
-  xml += inner_xml;
-  xml += "</D:";
-  xml += local;
-  xml += ">";
-  return xml;
-}
-
-std::string MultistatusStart(Charset charset) {
-  return "<?xml version=\"1.0\" encoding=\"" + std::string(CharsetName(charset)) +
-         "\"?>\n<D:multistatus xmlns:D=\"DAV:\" xmlns:F=\"" + kVendorNamespace + "\">\n";
-}
-
-std::string PropstatXml(std::string_view props_xml, uint32_t status) {
-  std::string out;
-  AppendPropstat(&out, props_xml, status);
-  return out;
-}
-
-void AppendPropstat(std::string* out, std::string_view props_xml, uint32_t status) {
-  *out += "<D:propstat><D:prop>";
-  *out += props_xml;
-  *out += "</D:prop><D:status>HTTP/1.1 ";
-  *out += std::to_string(status);
-  *out += ' ';
-  *out += ReasonPhrase(status);
-  *out += "</D:status></D:propstat>";
 }
 
 }  // namespace qbrk::model

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "common/mbcs.h"
+#include "protocol/reason_phrase.h"
 
 namespace qbrk {
 
@@ -28,47 +29,6 @@ std::string_view Trim(std::string_view text) {
   while (!text.empty() && (text.back() == ' ' || text.back() == '\t'))
     text.remove_suffix(1);
   return text;
-}
-
-const char* ReasonPhrase(uint32_t status) {
-  switch (status) {
-    case 200:
-      return "OK";
-    case 201:
-      return "Created";
-    case 204:
-      return "No Content";
-    case 207:
-      return "Multi-Status";
-    case 400:
-      return "Bad Request";
-    case 401:
-      return "Unauthorized";
-    case 403:
-      return "Forbidden";
-    case 404:
-      return "Not Found";
-    case 407:
-      return "Proxy Authentication Required";
-    case 409:
-      return "Conflict";
-    case 412:
-      return "Precondition Failed";
-    case 414:
-      return "Request-URI Too Long";
-    case 423:
-      return "Locked";
-    case 424:
-      return "Failed Dependency";
-    case 500:
-      return "Internal Server Error";
-    case 503:
-      return "Service Unavailable";
-    case 507:
-      return "Insufficient Storage";
-    default:
-      return "Status";
-  }
 }
 
 }  // namespace
@@ -208,7 +168,8 @@ class MemoryHttpTransport::Request final : public HttpRequest {
       return 0;
     }
     const std::string answer = "HTTP/1.1 " + std::to_string(reply_.status) + " " +
-                               ReasonPhrase(reply_.status) + "\r\n" + reply_.headers;
+                               std::string(ReasonPhrase(static_cast<int>(reply_.status))) + "\r\n" +
+                               reply_.headers;
     const uint64_t padding = reply_.padding_header_bytes;
     if (padding == 0) {
       *text = answer + "\r\n";

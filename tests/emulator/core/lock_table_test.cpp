@@ -1,5 +1,5 @@
 // The rules of who may change what while locks are held.
-#include "emulator/lock_table.h"
+#include "emulator/core/lock_table.h"
 
 #include <gtest/gtest.h>
 
@@ -69,6 +69,42 @@ TEST(LockTableTest, ExpiresRemovesAndReservesNames) {
   EXPECT_EQ(table.Find("n"), nullptr);
   EXPECT_EQ(table.RemoveInside("u", "dir").size(), 1u);
   EXPECT_TRUE(table.all().empty());
+}
+
+TEST(LockTableTest, FindsThePresentedLockOfAPieceAndOfARefresh) {
+  LockTable table;
+  table.Add(MakeLock("dir", "dir", LockScope::kShared, true));
+  table.Add(MakeLock("file", "dir/f", LockScope::kShared, false));
+  table.Add(MakeLock("other", "dir/f", LockScope::kShared, false));
+  table.Add(MakeLock("elsewhere", "g", LockScope::kExclusive, false));
+  // A piece goes under the first covering lock taken, whatever order the tokens came in.
+  EXPECT_EQ(table.PresentedCovering("u", "dir/f", {"other", "file"})->token, "file");
+  EXPECT_EQ(table.PresentedCovering("u", "dir/f", {"elsewhere"}), nullptr);
+  EXPECT_EQ(table.PresentedCovering("v", "dir/f", {"file"}), nullptr);
+  // A refresh renews the lock of the first token presented that covers the resource.
+  Lock* renewed = table.Refresh("u", "dir/f", {"elsewhere", "other", "file"}, 5000, 60);
+  ASSERT_NE(renewed, nullptr);
+  EXPECT_EQ(renewed->token, "other");
+  EXPECT_EQ(renewed->expires_ms, 65000);
+  EXPECT_EQ(renewed->timeout_seconds, 60);
+  EXPECT_EQ(table.Find("file")->expires_ms, 1000);
+  EXPECT_EQ(table.Refresh("u", "dir/f", {"elsewhere"}, 5000, 60), nullptr);
+  EXPECT_EQ(table.Refresh("v", "dir/f", {"file"}, 5000, 60), nullptr);
+}
+
+TEST(LockTableTest, ALockCoversItsResourceAndWithDepthInfinityWhatIsBelow) {
+  const Lock shallow = MakeLock("s", "dir", LockScope::kExclusive, false, 2001);
+  const Lock deep = MakeLock("d", "dir", LockScope::kExclusive, true);
+  EXPECT_TRUE(shallow.Covers("dir"));
+  EXPECT_FALSE(shallow.Covers("dir/a"));
+  EXPECT_TRUE(deep.Covers("dir/a/b"));
+  EXPECT_FALSE(deep.Covers("dirx"));
+  EXPECT_FALSE(deep.Covers(""));
+  // Seconds left are rounded up, so a lock never reports 0 before it has run out.
+  EXPECT_EQ(shallow.SecondsLeft(0), 3);
+  EXPECT_EQ(shallow.SecondsLeft(2000), 1);
+  EXPECT_EQ(shallow.SecondsLeft(2001), 0);
+  EXPECT_EQ(shallow.SecondsLeft(5000), 0);
 }
 
 }  // namespace

@@ -37,8 +37,16 @@ std::optional<std::string> PercentDecode(std::string_view text) {
 }
 
 std::string HexByte(unsigned char c) {
+  std::string out;
+  AppendHexByte(&out, c);
+  return out;
+}
+
+void AppendHexByte(std::string* out, unsigned char c) {
   constexpr char kDigits[] = "0123456789ABCDEF";
-  return {'%', kDigits[c >> 4], kDigits[c & 15]};
+  *out += '%';
+  *out += kDigits[c >> 4];
+  *out += kDigits[c & 15];
 }
 
 std::string PercentEncode(std::string_view bytes, std::string_view keep) {
@@ -49,7 +57,7 @@ std::string PercentEncode(std::string_view bytes, std::string_view keep) {
     if (IsUnreserved(c) || keep.find(ch) != std::string_view::npos) {
       out += ch;
     } else {
-      out += HexByte(c);
+      AppendHexByte(&out, c);
     }
   }
   return out;

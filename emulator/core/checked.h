@@ -2,15 +2,11 @@
 #pragma once
 
 #include <optional>
-#include <string>
 #include <utility>
 
-namespace qbrk::emulator {
+#include "refusal.h"
 
-struct Refusal {
-  int status = 0;
-  std::string reason;
-};
+namespace qbrk::emulator {
 
 template <typename T>
 class Checked {

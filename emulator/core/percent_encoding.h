@@ -13,6 +13,8 @@ std::optional<std::string> PercentDecode(std::string_view text);
 // Escapes every byte except unreserved characters and the ones listed in keep.
 std::string PercentEncode(std::string_view bytes, std::string_view keep = "/");
 
+// "%XX" with upper-case digits.
 std::string HexByte(unsigned char c);
+void AppendHexByte(std::string* out, unsigned char c);
 
 }  // namespace qbrk::emulator

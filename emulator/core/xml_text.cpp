@@ -1,5 +1,6 @@
 #include "xml_text.h"
 
+#include "ascii_case.h"
 #include "percent_encoding.h"
 #include "shift_jis.h"
 
@@ -41,6 +42,11 @@ bool IsXmlControl(unsigned char c) {
   return (c < 0x20 && c != '\t' && c != '\n' && c != '\r') || c == 0x7F;
 }
 
+// A byte that stands for itself in either charset and needs no escape.
+bool IsPlainByte(unsigned char c) {
+  return c >= 0x20 && c < 0x7F && c != '&' && c != '<' && c != '>' && c != '"';
+}
+
 void AppendEscaped(std::string* out, char c) {
   switch (c) {
     case '&':
@@ -66,6 +72,21 @@ std::string_view CharsetName(Charset charset) {
   return charset == Charset::kShiftJis ? "Shift_JIS" : "utf-8";
 }
 
+Charset ChosenCharset(std::optional<std::string_view> accept_charset) {
+  if (accept_charset && (ContainsIgnoringAsciiCase(*accept_charset, "shift_jis") ||
+                         ContainsIgnoringAsciiCase(*accept_charset, "windows-31j"))) {
+    return Charset::kShiftJis;
+  }
+  return Charset::kUtf8;
+}
+
+std::string TrimXmlSpace(std::string_view text) {
+  const size_t first = text.find_first_not_of(" \t\r\n");
+  if (first == std::string_view::npos) return {};
+  const size_t last = text.find_last_not_of(" \t\r\n");
+  return std::string(text.substr(first, last - first + 1));
+}
+
 std::string XmlEscape(std::string_view text) {
   std::string out;
   out.reserve(text.size());
@@ -77,26 +98,48 @@ std::string XmlEscape(std::string_view text) {
 std::string XmlSafeText(std::string_view bytes, Charset charset) {
   std::string out;
   out.reserve(bytes.size());
+  AppendXmlSafeText(&out, bytes, charset);
+  return out;
+}
+
+void AppendXmlSafeText(std::string* out, std::string_view bytes, Charset charset) {
   for (size_t i = 0; i < bytes.size();) {
+    // Listings are mostly plain ASCII: it goes over in runs.
+    size_t run = i;
+    while (run < bytes.size() && IsPlainByte(static_cast<unsigned char>(bytes[run])))
+      ++run;
+    if (run > i) {
+      out->append(bytes.substr(i, run - i));
+      i = run;
+      continue;
+    }
     const auto c = static_cast<unsigned char>(bytes[i]);
     const size_t n =
         charset == Charset::kShiftJis ? ShiftJisCharLength(bytes, i) : Utf8CharLength(bytes, i);
     if (n == 0 || (n == 1 && IsXmlControl(c))) {
-      out += HexByte(c);
+      AppendHexByte(out, c);
       ++i;
     } else if (n == 1) {
-      AppendEscaped(&out, bytes[i++]);
+      AppendEscaped(out, bytes[i++]);
     } else {
-      out.append(bytes.substr(i, n));
+      out->append(bytes.substr(i, n));
       i += n;
     }
   }
-  return out;
 }
 
 std::string HrefText(std::string_view path, Charset charset) {
-  if (charset == Charset::kShiftJis) return XmlSafeText(path, charset);
-  return XmlEscape(PercentEncode(path, "/~@!$&'()*+,;=:"));
+  std::string out;
+  AppendHrefText(&out, path, charset);
+  return out;
+}
+
+void AppendHrefText(std::string* out, std::string_view path, Charset charset) {
+  if (charset == Charset::kShiftJis) {
+    AppendXmlSafeText(out, path, charset);
+  } else {
+    *out += XmlEscape(PercentEncode(path, "/~@!$&'()*+,;=:"));
+  }
 }
 
 }  // namespace qbrk::emulator

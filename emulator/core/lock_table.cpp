@@ -18,6 +18,15 @@ bool Presented(const std::vector<std::string>& tokens, std::string_view token) {
 
 }  // namespace
 
+bool Lock::Covers(std::string_view at) const {
+  return rel == at || (infinite && IsWithin(at, rel));
+}
+
+int64_t Lock::SecondsLeft(int64_t now_ms) const {
+  const int64_t left_ms = expires_ms - now_ms;
+  return left_ms <= 0 ? 0 : (left_ms + 999) / 1000;
+}
+
 std::vector<Lock> LockTable::Expire(int64_t now_ms) {
   std::vector<Lock> expired;
   for (auto it = locks_.begin(); it != locks_.end();) {
@@ -45,8 +54,7 @@ Lock* LockTable::FindMutable(std::string_view token) {
 std::vector<const Lock*> LockTable::Covering(std::string_view user, std::string_view rel) const {
   std::vector<const Lock*> out;
   for (const Lock& lock : locks_) {
-    if (lock.user != user) continue;
-    if (lock.rel == rel || (lock.infinite && IsWithin(rel, lock.rel))) out.push_back(&lock);
+    if (lock.user == user && lock.Covers(rel)) out.push_back(&lock);
   }
   return out;
 }
@@ -74,6 +82,7 @@ bool LockTable::Conflicts(std::string_view user, std::string_view rel, LockScope
 
 bool LockTable::Permits(std::string_view user, std::string_view rel, ChangeScope change,
                         const std::vector<std::string>& tokens) const {
+  if (locks_.empty()) return true;  // the common case, made cheap
   std::vector<const Lock*> protecting = Covering(user, rel);
   auto add = [&](const std::vector<const Lock*>& more) {
     for (const Lock* lock : more) {
@@ -90,6 +99,26 @@ bool LockTable::Permits(std::string_view user, std::string_view rel, ChangeScope
     return Presented(tokens, lock->token) ||
            (lock->scope == LockScope::kShared && shared_presented);
   });
+}
+
+const Lock* LockTable::PresentedCovering(std::string_view user, std::string_view rel,
+                                         const std::vector<std::string>& tokens) const {
+  for (const Lock* lock : Covering(user, rel)) {
+    if (Presented(tokens, lock->token)) return lock;
+  }
+  return nullptr;
+}
+
+Lock* LockTable::Refresh(std::string_view user, std::string_view rel,
+                         const std::vector<std::string>& tokens, int64_t now_ms, int64_t seconds) {
+  for (const std::string& token : tokens) {
+    Lock* lock = FindMutable(token);
+    if (lock == nullptr || lock->user != user || !lock->Covers(rel)) continue;
+    lock->timeout_seconds = seconds;
+    lock->expires_ms = now_ms + seconds * 1000;
+    return lock;
+  }
+  return nullptr;
 }
 
 const Lock& LockTable::Add(Lock lock) {

@@ -24,6 +24,12 @@ struct Lock {
   int64_t expires_ms = 0;
   // Taken on a name where nothing existed: the name is reserved, no resource is created.
   bool null_resource = false;
+
+  // Whether the lock's scope includes the resource at `at` (on the same disk): taken on it,
+  // or with depth infinity above it.
+  bool Covers(std::string_view at) const;
+  // Whole seconds until it expires, rounded up; 0 once it has.
+  int64_t SecondsLeft(int64_t now_ms) const;
 };
 
 // What a change touches besides the resource's own content.
@@ -52,6 +58,15 @@ class LockTable {
   // lock is satisfied by the token of any shared lock protecting the same change.
   bool Permits(std::string_view user, std::string_view rel, ChangeScope change,
                const std::vector<std::string>& tokens) const;
+
+  // The first lock covering rel whose token is presented, in the order the locks were taken;
+  // a piece of a file is sent under it.
+  const Lock* PresentedCovering(std::string_view user, std::string_view rel,
+                                const std::vector<std::string>& tokens) const;
+  // Refreshes the lock of the first presented token that covers rel: it lasts `seconds` from
+  // now_ms. Null when none does.
+  Lock* Refresh(std::string_view user, std::string_view rel, const std::vector<std::string>& tokens,
+                int64_t now_ms, int64_t seconds);
 
   const Lock& Add(Lock lock);
   bool Remove(std::string_view token);

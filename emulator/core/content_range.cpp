@@ -12,6 +12,23 @@ std::optional<uint64_t> ParseDecimal(std::string_view text) {
   return value;
 }
 
+Checked<PutDeclaration> ParsePutDeclaration(std::optional<std::string_view> content_length,
+                                            std::optional<std::string_view> content_range) {
+  PutDeclaration declared;
+  if (content_length) {
+    declared.length = ParseDecimal(*content_length);
+    if (!declared.length) return Refusal{400, "bad Content-Length"};
+  }
+  if (content_range) {
+    declared.range = ParseContentRange(*content_range);
+    if (!declared.range) return Refusal{400, "bad Content-Range"};
+    if (declared.length && *declared.length != declared.range->length()) {
+      return Refusal{400, "Content-Length does not match Content-Range"};
+    }
+  }
+  return declared;
+}
+
 std::optional<ContentRange> ParseContentRange(std::string_view value) {
   constexpr std::string_view kUnit = "bytes ";
   if (value.substr(0, kUnit.size()) != kUnit) return std::nullopt;

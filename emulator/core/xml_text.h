@@ -1,6 +1,7 @@
 // Text written into the XML and HTML the emulator sends.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -11,6 +12,11 @@ namespace qbrk::emulator {
 enum class Charset { kUtf8, kShiftJis };
 
 std::string_view CharsetName(Charset charset);
+// What an Accept-Charset header asks for: Shift_JIS (or windows-31j), else UTF-8.
+Charset ChosenCharset(std::optional<std::string_view> accept_charset);
+
+// The text without the XML white space (space, tab, CR, LF) at its ends.
+std::string TrimXmlSpace(std::string_view text);
 
 // Escapes &, <, > and the double quote.
 std::string XmlEscape(std::string_view text);
@@ -19,9 +25,12 @@ std::string XmlEscape(std::string_view text);
 // carry at all (control bytes other than tab, line feed and carriage return), are written
 // as "%XX" so that the document stays well-formed.
 std::string XmlSafeText(std::string_view bytes, Charset charset);
+void AppendXmlSafeText(std::string* out, std::string_view bytes, Charset charset);
 
 // An address for a href element: raw bytes (made XML-safe) for Shift_JIS documents,
-// percent-escaped for UTF-8 documents.
+// percent-escaped for UTF-8 documents. Both work byte by byte or character by character, so
+// the address of a path is that of its parts one after the other.
 std::string HrefText(std::string_view path, Charset charset);
+void AppendHrefText(std::string* out, std::string_view path, Charset charset);
 
 }  // namespace qbrk::emulator

@@ -33,6 +33,10 @@ Checked<RelativePath> ParseRelativePath(std::string_view text, bool decode);
 // Parses "/~user/file[/...]". A target of another shape is refused with 404.
 Checked<DiskTarget> ParseDiskTarget(std::string_view target, bool decode);
 
+// The path of an address given in a Destination or If header: an absolute URL is reduced to
+// its path.
+std::string_view AddressPath(std::string_view address);
+
 // The root of a user's disk as it appears on the wire, with its trailing "/".
 std::string DiskRootHref(std::string_view user);
 

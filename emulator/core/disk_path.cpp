@@ -76,6 +76,13 @@ Checked<DiskTarget> ParseDiskTarget(std::string_view target, bool decode) {
   return out;
 }
 
+std::string_view AddressPath(std::string_view address) {
+  const size_t scheme = address.find("://");
+  if (scheme == std::string_view::npos) return address;
+  const size_t path = address.find('/', scheme + 3);
+  return path == std::string_view::npos ? std::string_view("/") : address.substr(path);
+}
+
 std::string DiskRootHref(std::string_view user) {
   return "/~" + std::string(user) + "/" + std::string(kDiskSegment) + "/";
 }

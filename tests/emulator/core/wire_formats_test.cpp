@@ -1,13 +1,16 @@
 // The parsers of what arrives on the wire.
 #include <gtest/gtest.h>
 
-#include "emulator/base64.h"
-#include "emulator/content_range.h"
-#include "emulator/disk_path.h"
-#include "emulator/http_date.h"
-#include "emulator/if_header.h"
-#include "emulator/percent_encoding.h"
-#include "emulator/shift_jis.h"
+#include "emulator/core/base64.h"
+#include "emulator/core/content_range.h"
+#include "emulator/core/credentials.h"
+#include "emulator/core/dav_headers.h"
+#include "emulator/core/disk_path.h"
+#include "emulator/core/faults.h"
+#include "emulator/core/http_date.h"
+#include "emulator/core/if_header.h"
+#include "emulator/core/percent_encoding.h"
+#include "emulator/core/shift_jis.h"
 
 namespace qbrk::emulator {
 namespace {
@@ -35,6 +38,22 @@ TEST(HttpDateTest, FormatsAndParsesTheFixedForm) {
   }
 }
 
+TEST(HttpDateTest, CountsTheCalendarItselfBeyondWhatA32BitClockHolds) {
+  EXPECT_EQ(FormatHttpDate(0), "Thu, 01 Jan 1970 00:00:00 GMT");
+  EXPECT_EQ(FormatHttpDate(-1), "Wed, 31 Dec 1969 23:59:59 GMT");
+  EXPECT_EQ(FormatHttpDate(int64_t{1} << 31), "Tue, 19 Jan 2038 03:14:08 GMT");
+  EXPECT_EQ(FormatHttpDate(-11644473600), "Mon, 01 Jan 1601 00:00:00 GMT");
+  EXPECT_EQ(FormatHttpDate(253402300799), "Fri, 31 Dec 9999 23:59:59 GMT");
+  EXPECT_EQ(FormatHttpDate(253402300800), "");  // year 10000 has no such form
+  for (const int64_t when : {int64_t{-11644473600}, int64_t{-1}, int64_t{0}, int64_t{951782400},
+                             int64_t{1} << 31, int64_t{253402300799}}) {
+    EXPECT_EQ(ParseHttpDate(FormatHttpDate(when)), when) << when;
+  }
+  EXPECT_EQ(ParseHttpDate("Tue, 29 Feb 2000 00:00:00 GMT"), 951782400);
+  EXPECT_FALSE(ParseHttpDate("Thu, 29 Feb 1900 00:00:00 GMT"));  // not a leap year
+  EXPECT_FALSE(ParseHttpDate("Tue, 31 Apr 2024 00:00:00 GMT"));
+}
+
 TEST(PercentEncodingTest, DecodesEscapesAndRefusesBrokenOnes) {
   EXPECT_EQ(PercentDecode("a%25b%23c%e2%82%AC"), "a%b#c\xe2\x82\xac");
   EXPECT_FALSE(PercentDecode("%"));
@@ -54,6 +73,84 @@ TEST(ContentRangeTest, AcceptsOnlyWellFormedPieces) {
         "bytes 0-1/2x", "bytes 0-1", "bytes 99999999999999999999-1/2"}) {
     EXPECT_FALSE(ParseContentRange(bad)) << bad;
   }
+}
+
+TEST(ContentRangeTest, APutDeclaresALengthOrAPieceThatAgree) {
+  const auto piece = ParsePutDeclaration("3", "bytes 4-6/10");
+  ASSERT_TRUE(piece.ok());
+  EXPECT_EQ(piece.value().range->first, 4u);
+  EXPECT_EQ(piece.value().FileSize(), 10u);
+  EXPECT_EQ(ParsePutDeclaration("7", std::nullopt).value().FileSize(), 7u);
+  EXPECT_EQ(ParsePutDeclaration(std::nullopt, std::nullopt).value().FileSize(), std::nullopt);
+  EXPECT_EQ(ParsePutDeclaration(std::nullopt, "bytes 0-0/1").value().FileSize(), 1u);
+  for (const auto& [length, range] : std::vector<std::pair<const char*, const char*>>{
+           {"x", nullptr}, {"-1", nullptr}, {nullptr, "bytes 1-0/2"}, {"2", "bytes 4-6/10"}}) {
+    auto opt = [](const char* v) { return v ? std::optional<std::string_view>(v) : std::nullopt; };
+    const auto refused = ParsePutDeclaration(opt(length), opt(range));
+    ASSERT_FALSE(refused.ok());
+    EXPECT_EQ(refused.refusal().status, 400);
+  }
+}
+
+TEST(CredentialsTest, TakesBasicCredentialsApartOrSaysWhy) {
+  const auto ok = ParseBasicCredentials("basic  dGFybzpzZWM6cmV0");
+  ASSERT_TRUE(ok.ok());
+  EXPECT_EQ(ok.value().user, "taro");
+  EXPECT_EQ(ok.value().password, "sec:ret");  // the first colon ends the user
+  struct Case {
+    std::optional<std::string_view> header;
+    int status;
+  };
+  for (const Case& c : std::vector<Case>{{std::nullopt, 401},
+                                         {"Digest dGFybzpzZWNyZXQ=", 401},
+                                         {"Basic", 401},
+                                         {"Basic dGFybzpzZWNyZXQ", 400},
+                                         {"Basic dGFyb3NlY3JldA==", 400}}) {
+    const auto refused = ParseBasicCredentials(c.header);
+    ASSERT_FALSE(refused.ok()) << c.header.value_or("(none)");
+    EXPECT_EQ(refused.refusal().status, c.status) << c.header.value_or("(none)");
+  }
+}
+
+TEST(DavHeadersTest, DepthTimeoutAndLockToken) {
+  EXPECT_EQ(ParseDepth(std::nullopt, -1), -1);
+  EXPECT_EQ(ParseDepth("0", -1), 0);
+  EXPECT_EQ(ParseDepth("Infinity", 0), -1);
+  EXPECT_FALSE(ParseDepth("2", 0));
+
+  EXPECT_EQ(GrantedLockSeconds(std::nullopt, 604800), kDefaultLockSeconds);
+  EXPECT_EQ(GrantedLockSeconds(std::nullopt, 60), 60);
+  EXPECT_EQ(GrantedLockSeconds("Second-120", 604800), 120);
+  EXPECT_EQ(GrantedLockSeconds("Second-9999999", 604800), 604800);
+  EXPECT_EQ(GrantedLockSeconds("infinite", 604800), 604800);
+  // The first usable choice of a list; unusable ones are passed over.
+  EXPECT_EQ(GrantedLockSeconds("Second-0, Second-x, second-30, Infinite", 604800), 30);
+  EXPECT_EQ(GrantedLockSeconds("Second-", 604800), kDefaultLockSeconds);
+
+  EXPECT_EQ(ParseLockTokenHeader("<opaquelocktoken:a>"), "opaquelocktoken:a");
+  for (const char* bad : {"opaquelocktoken:a", "<>", "<a", "a>"}) {
+    EXPECT_FALSE(ParseLockTokenHeader(bad)) << bad;
+  }
+  EXPECT_FALSE(ParseLockTokenHeader(std::nullopt));
+}
+
+TEST(FaultRuleTest, ReadsRulesAndMatchesMethodsAndPaths) {
+  const auto rule = ParseFaultRule("PUT /~u/file/dir/* status=503 times=2 version=");
+  ASSERT_TRUE(rule.ok());
+  EXPECT_TRUE(rule.value().Matches("PUT", "/~u/file/dir/a b"));
+  EXPECT_FALSE(rule.value().Matches("GET", "/~u/file/dir/a"));
+  EXPECT_FALSE(rule.value().Matches("PUT", "/~u/file/dirx"));
+  EXPECT_EQ(rule.value().ToText(), "PUT /~u/file/dir/* status=503 version= times=2");
+  for (const char* bad : {"PUT", "PUT x", "PUT /x status=99", "PUT /x delay=600001", "PUT /x a",
+                          "PUT /x cut-request=-1"}) {
+    EXPECT_FALSE(ParseFaultRule(bad).ok()) << bad;
+  }
+  FaultTable table;
+  table.Add(rule.value());
+  EXPECT_TRUE(table.Take("PUT", "/~u/file/dir/a"));
+  EXPECT_TRUE(table.Take("PUT", "/~u/file/dir/a"));
+  EXPECT_FALSE(table.Take("PUT", "/~u/file/dir/a"));  // fired twice: gone
+  EXPECT_EQ(table.ToText(), "");
 }
 
 TEST(IfHeaderTest, ParsesUntaggedAndTaggedLists) {
@@ -99,6 +196,10 @@ TEST(DiskPathTest, SplitsTheUserAndTheNamesBelowTheDisk) {
   EXPECT_EQ(ParseDiskTarget("/~taro@example.jp/file", true).value().path.rel, "");
   // Servlet bodies carry raw names: a "%" stays what it is.
   EXPECT_EQ(ParseDiskTarget("/~u/file/100%", false).value().path.rel, "100%");
+  // Destination and If headers may name a resource by its absolute address.
+  EXPECT_EQ(AddressPath("http://127.0.0.1:8080/~u/file/a"), "/~u/file/a");
+  EXPECT_EQ(AddressPath("https://h"), "/");
+  EXPECT_EQ(AddressPath("/~u/file/a"), "/~u/file/a");
 }
 
 TEST(DiskPathTest, RefusesEveryWayOutOfTheDisk) {
