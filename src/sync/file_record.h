@@ -28,6 +28,8 @@ class FileRecord {
   static FileRecord WithName(std::string_view name);
   // From a local folder search: attributes, size, last-write time and name; server time 0.
   static FileRecord FromFindData(const FindData& data);
+  // The same with `name` in place of the find data's name.
+  static FileRecord FromFindData(const FindData& data, std::string_view name);
   // From a server listing item: flags word, size, last-modified time as the server time and
   // name; local time 0.
   static FileRecord FromListingItem(const FindData& item);
@@ -39,7 +41,7 @@ class FileRecord {
   explicit operator bool() const { return block_ != nullptr; }
 
   uint32_t length() const { return Read32(0); }
-  const uint8_t* bytes() const { return block_.get(); }
+  const uint8_t* bytes() const { return block_ ? block_.get() + kNameSizeBytes : nullptr; }
 
   uint32_t attributes() const { return Read32(4); }
   void set_attributes(uint32_t value) { Write32(4, value); }
@@ -53,7 +55,13 @@ class FileRecord {
   std::string_view name() const;
 
  private:
+  // The block holds the name's length (host order) before the record's bytes, so that a
+  // name costs no search for its terminator on every lookup and comparison.
+  static constexpr size_t kNameSizeBytes = sizeof(uint32_t);
+
   explicit FileRecord(std::unique_ptr<uint8_t[]> block) : block_(std::move(block)) {}
+  // A block for a record of `length` bytes whose name is `name_size` bytes long.
+  static FileRecord Allocate(uint32_t length, uint32_t name_size);
   uint32_t Read32(uint32_t offset) const;
   uint64_t Read64(uint32_t offset) const;
   void Write32(uint32_t offset, uint32_t value);
