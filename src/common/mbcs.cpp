@@ -27,8 +27,8 @@ size_t FindSingleByte(std::string_view text, char c, size_t from) {
 
 namespace {
 template <typename Map>
-std::string MapAscii(std::string_view text, Map map) {
-  std::string out(text);
+void MapAsciiInPlace(std::string* text, Map map) {
+  std::string& out = *text;
   for (size_t i = 0; i < out.size(); ++i) {
     if (IsLeadByte(static_cast<unsigned char>(out[i]))) {
       ++i;
@@ -36,16 +36,24 @@ std::string MapAscii(std::string_view text, Map map) {
       out[i] = map(out[i]);
     }
   }
-  return out;
 }
+
+char ToLowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? char(c - 'A' + 'a') : c; }
+char ToUpperAscii(char c) { return (c >= 'a' && c <= 'z') ? char(c - 'a' + 'A') : c; }
 }  // namespace
 
 std::string LowerAscii(std::string_view text) {
-  return MapAscii(text, [](char c) { return (c >= 'A' && c <= 'Z') ? char(c - 'A' + 'a') : c; });
+  std::string out(text);
+  MapAsciiInPlace(&out, ToLowerAscii);
+  return out;
 }
 
+void LowerAsciiInPlace(std::string* text) { MapAsciiInPlace(text, ToLowerAscii); }
+
 std::string UpperAscii(std::string_view text) {
-  return MapAscii(text, [](char c) { return (c >= 'a' && c <= 'z') ? char(c - 'a' + 'A') : c; });
+  std::string out(text);
+  MapAsciiInPlace(&out, ToUpperAscii);
+  return out;
 }
 
 bool EndsWithSingleByte(std::string_view text, char c) {
@@ -54,6 +62,12 @@ bool EndsWithSingleByte(std::string_view text, char c) {
 
 std::string FoldCase(std::string_view text) {
   std::string out(text);
+  FoldCaseInPlace(&out);
+  return out;
+}
+
+void FoldCaseInPlace(std::string* text) {
+  std::string& out = *text;
   for (size_t i = 0; i < out.size(); ++i) {
     const unsigned char lead = static_cast<unsigned char>(out[i]);
     if (!IsLeadByte(lead)) {
@@ -72,7 +86,6 @@ std::string FoldCase(std::string_view text) {
       out[i] = static_cast<char>(lower);
     }
   }
-  return out;
 }
 
 bool EqualsIgnoringAsciiCase(std::string_view a, std::string_view b) {
