@@ -266,16 +266,17 @@ class MemoryFileSystem::OpenFileImpl final : public File {
 
 class MemoryFileSystem::FindImpl final : public FindHandle {
  public:
-  explicit FindImpl(std::vector<FindData> rest) : rest_(std::move(rest)) {}
+  // `matches` from the second on are still to come.
+  explicit FindImpl(std::vector<FindData> matches) : matches_(std::move(matches)) {}
   SysError Next(FindData* data) override {
-    if (next_ >= rest_.size()) return sys_error::kNoMoreFiles;
-    *data = rest_[next_++];
+    if (next_ >= matches_.size()) return sys_error::kNoMoreFiles;
+    *data = std::move(matches_[next_++]);
     return sys_error::kSuccess;
   }
 
  private:
-  std::vector<FindData> rest_;
-  size_t next_ = 0;
+  std::vector<FindData> matches_;
+  size_t next_ = 1;
 };
 
 MemoryFileSystem::MemoryFileSystem(Clock& clock) : clock_(clock) {
@@ -416,6 +417,7 @@ SysError MemoryFileSystem::FindFirst(const std::string& pattern,
   if (mask.empty() || HasInvalidCharacter(mask, true)) return sys_error::kFileNotFound;
 
   std::vector<FindData> matches;
+  matches.reserve(dir->children.size() + 2);
   const bool is_root = folder.size() <= 3;
   if (!is_root) {
     if (MaskMatches(mask, ".")) matches.push_back(ToFindData(*dir, "."));
@@ -424,8 +426,7 @@ SysError MemoryFileSystem::FindFirst(const std::string& pattern,
   for (const auto& [key, child] : dir->children)
     if (MaskMatches(mask, child->name)) matches.push_back(ToFindData(*child, child->name));
   if (matches.empty()) return sys_error::kFileNotFound;
-  *first = matches.front();
-  matches.erase(matches.begin());
+  *first = std::move(matches.front());
   *find = std::make_unique<FindImpl>(std::move(matches));
   return sys_error::kSuccess;
 }
