@@ -23,12 +23,48 @@ void StoreLittle64(uint8_t* p, uint64_t value) {
   StoreLittle32(p + 4, static_cast<uint32_t>(value >> 32));
 }
 
+namespace {
+constexpr size_t kNameSizeAt = 0;
+constexpr size_t kFlagsAt = 4;
+}  // namespace
+
+void FileRecord::BlockDeleter::operator()(uint8_t* block) const {
+  uint32_t flags;
+  std::memcpy(&flags, block + kFlagsAt, sizeof flags);
+  if (!(flags & kEmbedded)) delete[] block;
+}
+
+FileRecord::FileRecord(FileRecord&& other) noexcept
+    : block_(other.embedded() ? std::move(other.Copy().block_) : std::move(other.block_)) {}
+
+FileRecord& FileRecord::operator=(FileRecord&& other) noexcept {
+  if (this != &other)
+    block_ = other.embedded() ? std::move(other.Copy().block_) : std::move(other.block_);
+  return *this;
+}
+
+bool FileRecord::embedded() const {
+  if (!block_) return false;
+  uint32_t flags;
+  std::memcpy(&flags, block_.get() + kFlagsAt, sizeof flags);
+  return (flags & kEmbedded) != 0;
+}
+
 FileRecord FileRecord::Allocate(uint32_t length, uint32_t name_size) {
-  if (length > std::numeric_limits<size_t>::max() - kNameSizeBytes) return {};
-  std::unique_ptr<uint8_t[]> block(new (std::nothrow) uint8_t[kNameSizeBytes + length]);
+  if (length > std::numeric_limits<size_t>::max() - kHeaderBytes) return {};
+  Block block(new (std::nothrow) uint8_t[kHeaderBytes + length]);
   if (!block) return {};
-  std::memcpy(block.get(), &name_size, kNameSizeBytes);
+  const uint32_t flags = 0;
+  std::memcpy(block.get() + kNameSizeAt, &name_size, sizeof name_size);
+  std::memcpy(block.get() + kFlagsAt, &flags, sizeof flags);
   return FileRecord(std::move(block));
+}
+
+FileRecord FileRecord::Embed(const FileRecord& from, uint8_t* storage) {
+  std::memcpy(storage, from.block_.get(), from.block_size());
+  const uint32_t flags = kEmbedded;
+  std::memcpy(storage + kFlagsAt, &flags, sizeof flags);
+  return FileRecord(Block(storage));
 }
 
 FileRecord FileRecord::WithName(std::string_view name) {
@@ -39,7 +75,7 @@ FileRecord FileRecord::WithName(std::string_view name) {
   const size_t name_size = nul ? static_cast<const char*>(nul) - name.data() : name.size();
   FileRecord record = Allocate(length, static_cast<uint32_t>(name_size));
   if (!record) return {};
-  uint8_t* bytes = record.block_.get() + kNameSizeBytes;
+  uint8_t* bytes = record.block_.get() + kHeaderBytes;
   std::memset(bytes, 0, length);
   StoreLittle32(bytes, length);
   if (!name.empty()) std::memcpy(bytes + kFixedSize, name.data(), name.size());
@@ -74,14 +110,14 @@ FileRecord FileRecord::FromBytes(const uint8_t* bytes, uint32_t length) {
   // The caller has checked that the terminator lies inside the record.
   const char* name = reinterpret_cast<const char*>(bytes + kFixedSize);
   FileRecord record = Allocate(length, static_cast<uint32_t>(std::strlen(name)));
-  if (record) std::memcpy(record.block_.get() + kNameSizeBytes, bytes, length);
+  if (record) std::memcpy(record.block_.get() + kHeaderBytes, bytes, length);
   return record;
 }
 
 FileRecord FileRecord::Copy() const {
   if (!block_) return FileRecord();
   FileRecord copy = Allocate(length(), static_cast<uint32_t>(name().size()));
-  if (copy) std::memcpy(copy.block_.get(), block_.get(), kNameSizeBytes + length());
+  if (copy) std::memcpy(copy.block_.get() + kHeaderBytes, bytes(), length());
   return copy;
 }
 
@@ -93,21 +129,21 @@ void FileRecord::set_size(uint64_t value) {
 std::string_view FileRecord::name() const {
   if (!block_) return {};
   uint32_t size;
-  std::memcpy(&size, block_.get(), kNameSizeBytes);
+  std::memcpy(&size, block_.get() + kNameSizeAt, sizeof size);
   return std::string_view(reinterpret_cast<const char*>(bytes() + kFixedSize), size);
 }
 
 uint32_t FileRecord::Read32(uint32_t offset) const {
-  return LoadLittle32(block_.get() + kNameSizeBytes + offset);
+  return LoadLittle32(block_.get() + kHeaderBytes + offset);
 }
 uint64_t FileRecord::Read64(uint32_t offset) const {
-  return LoadLittle64(block_.get() + kNameSizeBytes + offset);
+  return LoadLittle64(block_.get() + kHeaderBytes + offset);
 }
 void FileRecord::Write32(uint32_t offset, uint32_t value) {
-  StoreLittle32(block_.get() + kNameSizeBytes + offset, value);
+  StoreLittle32(block_.get() + kHeaderBytes + offset, value);
 }
 void FileRecord::Write64(uint32_t offset, uint64_t value) {
-  StoreLittle64(block_.get() + kNameSizeBytes + offset, value);
+  StoreLittle64(block_.get() + kHeaderBytes + offset, value);
 }
 
 }  // namespace qbrk

@@ -70,8 +70,7 @@ class LocalScanner {
     }
     FileRecord record = FileRecord::FromFindData(data, lower_);
     if (!record) return result::kGeneralFailure;
-    if (!node->AddFile(new (std::nothrow) FileEntry(std::move(record))))
-      return result::kGeneralFailure;
+    if (!node->AddFile(FileEntry::New(record))) return result::kGeneralFailure;
     return result::kSuccess;
   }
 

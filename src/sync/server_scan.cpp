@@ -51,8 +51,7 @@ class ServerScanner {
         continue;
       }
       FileRecord record = FileRecord::FromListingItem(*item);
-      if (!record || !node->AddFile(new (std::nothrow) FileEntry(std::move(record))))
-        return result::kNoMemory;
+      if (!record || !node->AddFile(FileEntry::New(record))) return result::kNoMemory;
     }
     return result::kSuccess;
   }
