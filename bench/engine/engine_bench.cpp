@@ -21,8 +21,8 @@
 // and fails when a target is missed: total under 1 s at 100k, ratio within 1.3, 64 MiB.
 #include <malloc.h>
 #include <sys/wait.h>
-#include <unistd.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -71,7 +71,9 @@ using Steady = std::chrono::steady_clock;
   std::exit(2);
 }
 
-double Ms(Steady::duration d) { return std::chrono::duration<double, std::milli>(d).count(); }
+double Ms(Steady::duration d) {
+  return std::chrono::duration<double, std::milli>(d).count();
+}
 
 // Heap bytes in use, mmapped chunks included.
 size_t HeapInUse() {
@@ -96,21 +98,27 @@ Fate FateOf(int i) {
   f.local_resized = c >= 15 && c < 20;
   f.server_changed = (c >= 20 && c < 30) || c == 30 || c == 60;
   f.on_disk = c != 40 && c != 41 && c != 60 && c != 70;  // 60: gone here, changed there
-  f.on_server = c != 50 && c != 51 && c != 70;             // 70: gone from both
+  f.on_server = c != 50 && c != 51 && c != 70;           // 70: gone from both
   return f;
 }
 
 std::string FileName(int i) {
   char name[48];
   switch (i % 3) {
-    case 0: std::snprintf(name, sizeof name, "img_%07d.jpg", i); break;
-    case 1: std::snprintf(name, sizeof name, "report-%d-final.docx", i); break;
-    default: std::snprintf(name, sizeof name, "n%d.txt", i); break;
+    case 0:
+      std::snprintf(name, sizeof name, "img_%07d.jpg", i);
+      break;
+    case 1:
+      std::snprintf(name, sizeof name, "report-%d-final.docx", i);
+      break;
+    default:
+      std::snprintf(name, sizeof name, "n%d.txt", i);
+      break;
   }
   return name;
 }
 
-class ServerAnswers;
+class Multistatus;
 
 // One size's mirror folder, service answers and record.
 class Workload {
@@ -144,6 +152,8 @@ class Workload {
     std::replace(path.begin(), path.end(), '/', '\\');
     return path;
   }
+  // File i of folder k: its record, its local copy and its listing entry, as its fate says.
+  void AddFile(int k, int i, FolderNode* record_folder, Multistatus* listing);
   void WriteLocal(const std::string& folder_path, const std::string& name, uint64_t time,
                   uint64_t size) {
     twin_.clock.SetNow(time);
@@ -167,8 +177,8 @@ class Multistatus {
     AddFolder(href);
   }
   void AddFolder(const std::string& href) {
-    xml_ += "<D:response><D:href>" + href +
-            "</D:href><D:propstat><D:prop><D:getlastmodified>" + HttpDate(kServerBase) +
+    xml_ += "<D:response><D:href>" + href + "</D:href><D:propstat><D:prop><D:getlastmodified>" +
+            HttpDate(kServerBase) +
             "</D:getlastmodified></D:prop><D:status>HTTP/1.1 200 OK</D:status></D:propstat>"
             "<D:propstat><D:prop><D:getcontentlength/></D:prop><D:status>HTTP/1.1 404 Not "
             "Found</D:status></D:propstat></D:response>\n";
@@ -184,6 +194,34 @@ class Multistatus {
  private:
   std::string xml_;
 };
+
+void Workload::AddFile(int k, int i, FolderNode* record_folder, Multistatus* listing) {
+  const std::string path = FolderPath(k);
+  const std::string name = FileName(i);
+  const uint64_t size = i % 7;
+  const uint64_t local_time = kLocalBase + (i % 3600) * kSecond;
+  const uint64_t server_time = kServerBase + (i % 86400) * kSecond;
+  FileRecord recorded = FileRecord::WithName(name);
+  recorded.set_attributes(file_attr::kArchive);
+  recorded.set_size(size);
+  recorded.set_local_time(local_time);
+  recorded.set_server_time(server_time);
+  record_folder->AddFile(new FileEntry(std::move(recorded)));
+
+  const Fate fate = FateOf(i);
+  if (fate.on_disk) {
+    WriteLocal(path, name, fate.local_changed ? local_time + kSecond : local_time,
+               fate.local_resized ? size + 1 : size);
+  }
+  if (fate.on_server) {
+    listing->AddFile(kRoot + path + name, fate.server_changed ? size + 3 : size,
+                     fate.server_changed ? server_time + 60 * kSecond : server_time);
+  }
+  if (i % 50 == 0) WriteLocal(path, "new-local-" + std::to_string(i) + ".txt", kLocalBase, 2);
+  if (i % 50 == 25) {
+    listing->AddFile(kRoot + path + "new-server-" + std::to_string(i) + ".txt", 4, kServerBase);
+  }
+}
 
 Workload::Workload(int files)
     : files_(files),
@@ -210,34 +248,13 @@ Workload::Workload(int files)
     }
   }
 
-  for (int i = 0; i < files_; ++i) {
-    const int k = FolderOf(i);
-    const std::string path = FolderPath(k);
-    const std::string name = FileName(i);
-    const uint64_t size = i % 7;
-    const uint64_t local_time = kLocalBase + (i % 3600) * kSecond;
-    const uint64_t server_time = kServerBase + (i % 86400) * kSecond;
-    FileRecord recorded = FileRecord::WithName(name);
-    recorded.set_attributes(file_attr::kArchive);
-    recorded.set_size(size);
-    recorded.set_local_time(local_time);
-    recorded.set_server_time(server_time);
-    record_folders[k]->AddFile(new FileEntry(std::move(recorded)));
-
-    const Fate fate = FateOf(i);
-    if (fate.on_disk) {
-      WriteLocal(path, name, fate.local_changed ? local_time + kSecond : local_time,
-                 fate.local_resized ? size + 1 : size);
-    }
-    if (fate.on_server) {
-      listings[k].AddFile(kRoot + path + name, fate.server_changed ? size + 3 : size,
-                          fate.server_changed ? server_time + 60 * kSecond : server_time);
-    }
-    if (i % 50 == 0) WriteLocal(path, "new-local-" + std::to_string(i) + ".txt", kLocalBase, 2);
-    if (i % 50 == 25) {
-      listings[k].AddFile(kRoot + path + "new-server-" + std::to_string(i) + ".txt", 4,
-                          kServerBase);
-    }
+  // Folder by folder, as a disk keeps a folder's entries together.
+  std::vector<std::vector<int>> files_of(folders_);
+  for (int i = 0; i < files_; ++i)
+    files_of[FolderOf(i)].push_back(i);
+  for (int k = 0; k < folders_; ++k) {
+    for (int i : files_of[k])
+      AddFile(k, i, record_folders[k], &listings[k]);
   }
   // A folder new on each side.
   top.AddFolder(std::string(kRoot) + "fresh-server/");
@@ -251,7 +268,8 @@ Workload::Workload(int files)
   auto& answers = *answers_;
   answers[kRoot] = top.Finish();
   answers[std::string(kRoot) + "fresh-server/"] = fresh.Finish();
-  for (int k = 0; k < folders_; ++k) answers[kRoot + FolderPath(k)] = listings[k].Finish();
+  for (int k = 0; k < folders_; ++k)
+    answers[kRoot + FolderPath(k)] = listings[k].Finish();
   auto served = answers_;
   http_.set_recording(false);
   http_.set_handler([served](const HandlerRequest& request) {
@@ -278,9 +296,12 @@ class AnswerAll final : public ChoicePrompt {
   uint32_t Ask(ChoiceQuestion question, const std::string&) override {
     ++asked;
     switch (question) {
-      case ChoiceQuestion::kConflict: return answer::kUploadAll;
-      case ChoiceQuestion::kDeletedLocally: return answer::kDeleteOnServerAll;
-      case ChoiceQuestion::kDeletedOnServer: return answer::kDeleteLocallyAll;
+      case ChoiceQuestion::kConflict:
+        return answer::kUploadAll;
+      case ChoiceQuestion::kDeletedLocally:
+        return answer::kDeleteOnServerAll;
+      case ChoiceQuestion::kDeletedOnServer:
+        return answer::kDeleteLocallyAll;
     }
     return answer::kCancel;
   }
@@ -410,9 +431,9 @@ SyncStatistics JobStatistics(Workload& w) {
 }
 
 bool SameStatistics(const SyncStatistics& a, const SyncStatistics& b) {
-  return a.uploads == b.uploads && a.downloads == b.downloads &&
-         a.uploadBytes == b.uploadBytes && a.downloadBytes == b.downloadBytes &&
-         a.localFileDeletes == b.localFileDeletes && a.serverFileDeletes == b.serverFileDeletes &&
+  return a.uploads == b.uploads && a.downloads == b.downloads && a.uploadBytes == b.uploadBytes &&
+         a.downloadBytes == b.downloadBytes && a.localFileDeletes == b.localFileDeletes &&
+         a.serverFileDeletes == b.serverFileDeletes &&
          a.localFolderCreates == b.localFolderCreates &&
          a.serverFolderCreates == b.serverFolderCreates &&
          a.localFolderDeletes == b.localFolderDeletes &&
@@ -502,21 +523,25 @@ int main(int argc, char** argv) {
     if (sizes[s] == 100000) at_100k = s;
     const SyncStatistics& st = results[s].statistics;
     const Times& b = results[s].best;
-    std::printf("engine: %d files: %u uploads, %u downloads, %u local and %u server file "
-                "deletions, %u local and %u server folder creations; trees and plan %.1f MiB, "
-                "session listings %.1f MiB\n",
-                sizes[s], st.uploads, st.downloads, st.localFileDeletes, st.serverFileDeletes,
-                st.localFolderCreates, st.serverFolderCreates,
-                results[s].memory.trees / 1048576.0, results[s].memory.listings / 1048576.0);
+    std::printf(
+        "engine: %d files: %u uploads, %u downloads, %u local and %u server file "
+        "deletions, %u local and %u server folder creations; trees and plan %.1f MiB, "
+        "session listings %.1f MiB\n",
+        sizes[s], st.uploads, st.downloads, st.localFileDeletes, st.serverFileDeletes,
+        st.localFolderCreates, st.serverFolderCreates, results[s].memory.trees / 1048576.0,
+        results[s].memory.listings / 1048576.0);
     std::printf("engine: %d files, best of %d rounds, cpu %.1f ms:", sizes[s], kPasses * rounds,
                 b.cpu_total);
-    for (int p = 0; p < kPhases; ++p) std::printf(" %s=%.1f", kPhaseNames[p], b.cpu[p]);
+    for (int p = 0; p < kPhases; ++p)
+      std::printf(" %s=%.1f", kPhaseNames[p], b.cpu[p]);
     std::printf("; wall %.1f ms:", b.wall_total);
-    for (int p = 0; p < kPhases; ++p) std::printf(" %s=%.1f", kPhaseNames[p], b.wall[p]);
+    for (int p = 0; p < kPhases; ++p)
+      std::printf(" %s=%.1f", kPhaseNames[p], b.wall[p]);
     std::printf("\n");
   }
   std::vector<Times> best;
-  for (const SizeResult& r : results) best.push_back(r.best);
+  for (const SizeResult& r : results)
+    best.push_back(r.best);
   const Memory memory = results[at_100k].memory;
 
   const double per_file_first = best[0].cpu_total * 1000 / sizes[0];
@@ -525,11 +550,12 @@ int main(int argc, char** argv) {
   const double mib = memory.trees / 1048576.0;
   const Times& b = best[at_100k];
   std::printf("BENCH engine ratio=%.2f (limit %.1f)", ratio, kRatioLimit);
-  for (int p = 0; p < kPhases; ++p) std::printf(" %s=%.0fms", kPhaseNames[p], b.cpu[p]);
-  std::printf(" total=%.0fms (limit %.0f) wall=%.0fms per_file_%dk=%.2fus per_file_%dk=%.2fus "
-              "mem=%.1fMiB (limit %.0f) listings=%.1fMiB\n",
-              b.cpu_total, kTotalLimitMs, b.wall_total, sizes[0] / 1000, per_file_first,
-              sizes[count - 1] / 1000, per_file_last, mib, kMemoryLimitMiB,
-              memory.listings / 1048576.0);
+  for (int p = 0; p < kPhases; ++p)
+    std::printf(" %s=%.0fms", kPhaseNames[p], b.cpu[p]);
+  std::printf(
+      " total=%.0fms (limit %.0f) wall=%.0fms per_file_%dk=%.2fus per_file_%dk=%.2fus "
+      "mem=%.1fMiB (limit %.0f) listings=%.1fMiB\n",
+      b.cpu_total, kTotalLimitMs, b.wall_total, sizes[0] / 1000, per_file_first,
+      sizes[count - 1] / 1000, per_file_last, mib, kMemoryLimitMiB, memory.listings / 1048576.0);
   return b.cpu_total < kTotalLimitMs && ratio <= kRatioLimit && mib <= kMemoryLimitMiB ? 0 : 1;
 }
