@@ -42,6 +42,10 @@ char ToLowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? char(c - 'A' + 'a') 
 char ToUpperAscii(char c) { return (c >= 'a' && c <= 'z') ? char(c - 'a' + 'A') : c; }
 }  // namespace
 
+std::string ReplaceSingleByte(std::string_view text, char from, char to) {
+  return MapAscii(text, [from, to](char c) { return c == from ? to : c; });
+}
+
 std::string LowerAscii(std::string_view text) {
   std::string out(text);
   MapAsciiInPlace(&out, ToLowerAscii);

@@ -19,6 +19,10 @@ size_t FindLastSingleByte(std::string_view text, char c);
 // Position of the first single-byte `c` at or after `from`, or npos.
 size_t FindSingleByte(std::string_view text, char c, size_t from = 0);
 
+// Every single-byte `from` replaced by `to`; trail bytes of double-byte characters stay, so
+// "表" (0x95 0x5C) survives a swap of backslashes for slashes.
+std::string ReplaceSingleByte(std::string_view text, char from, char to);
+
 // ASCII letters lower-cased, double-byte characters left whole.
 std::string LowerAscii(std::string_view text);
 // The same in place, for loops that reuse one string's storage.

@@ -67,15 +67,26 @@ uint32_t StagingSeed(const std::string& temp_path) {
   return seed;
 }
 
-// Moves the temporary file into the target's folder under a free staging name.
+// Whether the file calls can name `path`. Wine's MoveFileA takes a target longer than every
+// other call accepts (Windows refuses it with 206): a file moved there could be neither
+// found, nor replaced, nor removed again.
+bool Reachable(FileSystem& files, const std::string& path) {
+  uint32_t attributes = 0;
+  return files.GetAttributes(path, &attributes) != sys_error::kFilenameTooLong;
+}
+
+// Moves the temporary file into the target's folder under a free staging name, unless the
+// target or that name is out of the file calls' reach.
 ResultCode Stage(FileSystem& files, const std::string& temp_path, const std::string& local_path,
                  std::string* staged) {
+  if (!Reachable(files, local_path)) return result::kLocalPathTooLong;
   const size_t slash = FindLastSingleByte(local_path, '\\');
   const std::string folder = slash == std::string::npos ? std::string() : local_path.substr(0, slash + 1);
   for (uint32_t n = 0; n < kStagingAttempts; ++n) {
     char name[32];
     std::snprintf(name, sizeof name, "%s%x.tmp", kStagingPrefix, (StagingSeed(temp_path) + n) & 0xFFFFF);
     *staged = folder + name;
+    if (!Reachable(files, *staged)) return result::kLocalPathTooLong;
     const SysError e = files.Rename(temp_path, *staged);
     if (e == sys_error::kSuccess) return result::kSuccess;
     if (e != sys_error::kAlreadyExists && e != sys_error::kFileExists) return MoveFailure(e);

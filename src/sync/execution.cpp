@@ -109,7 +109,11 @@ class Executor {
         return result::kSuccess;
       }
       case MARK_CREATE_LOCAL:
-        if (ResultCode r = MakeLocalFolder(local)) {
+      case MARK_CREATE_SERVER: {
+        const ResultCode r = action == MARK_CREATE_LOCAL
+                                 ? MakeLocalFolder(local)
+                                 : MakeFolder(*context_.session, server);
+        if (r != result::kSuccess) {
           detach();
           context_.error_name = child.name();
           return r;
@@ -118,16 +122,7 @@ class Executor {
         child.marks = MARK_DONE;
         Checkpoint();
         break;
-      case MARK_CREATE_SERVER:
-        if (ResultCode r = MakeFolder(*context_.session, server)) {
-          detach();
-          context_.error_name = child.name();
-          return r;
-        }
-        if (!attach()) return result::kGeneralFailure;
-        child.marks = MARK_DONE;
-        Checkpoint();
-        break;
+      }
       case kMarkGoneBoth:
         child.marks = MARK_DONE;
         detach();

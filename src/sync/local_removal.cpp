@@ -66,9 +66,10 @@ bool RemoveLocalFolderRest(FileSystem& files, const SyncTable& rules, const std:
   if (!ListFolder(files, path, &entries, &gone)) return false;
   if (gone) return true;
   for (const FindData& entry : entries) {
-    const bool by_rule = entry.name[0] == '.' || rules.IsExcludedSuffix(entry.name) ||
-                         HasSubstitutedCharacter(entry.name);
-    if (!by_rule) {
+    const bool by_rule = entry.name[0] == '.' || rules.IsExcludedSuffix(entry.name);
+    // A name reported with "?" for a character code page 932 lacks opens nothing (123), so
+    // that entry cannot be removed: it stays like something new.
+    if (!by_rule || HasSubstitutedCharacter(entry.name)) {
       *kept = true;
       continue;
     }

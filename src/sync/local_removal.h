@@ -15,10 +15,11 @@ namespace qbrk {
 bool RemoveFolderTree(FileSystem& files, const std::string& path, uint32_t levels);
 
 // The last step of removing a folder whose planned content execution has already deleted
-// file by file: what the scan leaves out by rule (dot-names, excluded extensions, names the
-// code page cannot hold) goes with the folder, with its whole content; anything else still
-// there appeared or changed after the scan, so it stays, the folder with it, and `*kept` is
-// set. `rules` gives the exclusion list. False when a removal failed.
+// file by file: what the scan leaves out by rule (dot-names, excluded extensions) goes with
+// the folder, with its whole content; anything else still there appeared or changed after
+// the scan, or has a name the code page cannot hold (which no call can remove), so it stays,
+// the folder with it, and `*kept` is set. `rules` gives the exclusion list. False when a
+// removal failed.
 bool RemoveLocalFolderRest(FileSystem& files, const SyncTable& rules, const std::string& path,
                            bool* kept);
 

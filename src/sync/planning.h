@@ -27,11 +27,13 @@ ResultCode PlanServerSide(SyncTable* server, SyncTable* recorded, SyncTable* pla
 // Settles contradictory marks: a change wins over a deletion on the other side, and a folder
 // deleted on one side that holds transfers is created again instead. 0, or 3 without a root.
 ResultCode MergeMarks(SyncTable* plan);
-// A name that is a file on one side and a folder on the other, on a merged plan. Where one
-// side replaced the recorded entry by the other kind, ResolveChoices lets the replacement
-// win; every other such pair can be neither file nor folder on both sides, so both are left
-// out of the plan, as they are, and logged with their server path (below `server_root`).
-// 0, 3 without a root, 500 when memory ran out.
+// Names one local entry cannot hold twice, on a merged plan. Names that only case tells
+// apart (full-width, Greek or Cyrillic letters) would land on one local file or folder: all
+// of them are left out. A name that is a file on one side and a folder on the other: where
+// one side replaced the recorded entry by the other kind, ResolveChoices lets the
+// replacement win; any other such pair is left out. What is left out stays as it is on both
+// sides and is logged with its server path (below `server_root`). 0, 3 without a root, 500
+// when memory ran out.
 ResultCode LeaveOutTypeClashes(SyncTable* plan, const std::string& server_root);
 // Asks the user about conflicts and one-sided deletions (through the job's dialog when it is
 // attached, else through the context's prompt) and counts the work. 0; 1 when a question was

@@ -1,9 +1,12 @@
 // Settling the plan: merging contradictory marks, asking the user what the rules leave
 // open, and counting the work.
+#include <map>
 #include <new>
+#include <set>
 #include <unordered_set>
 #include <vector>
 
+#include "common/mbcs.h"
 #include "diag/error_log.h"
 #include "platform/clock.h"
 #include "protocol/server_session.h"
@@ -58,7 +61,38 @@ bool IsReplacedFolder(uint32_t folder_marks, uint32_t file_marks) {
          (folder == MARK_DELETED_ON_SERVER && file_marks == MARK_DOWNLOAD);
 }
 
+// The names of a folder's entries that only case tells apart from another entry's name:
+// one local file or folder would stand for both. Only names with a double-byte capital can
+// fold onto another (plan names carry no ASCII capital), so the rest cost nothing.
+std::set<std::string> CaseTwins(const FolderNode& folder) {
+  std::map<std::string, std::set<std::string>> groups;  // folded -> names
+  std::vector<std::string> names;
+  for (const FileEntry* f = folder.FindFile(nullptr); f; f = FolderNode::NextFile(f))
+    names.emplace_back(f->name());
+  for (const FolderNode* c = folder.FindFolder(nullptr); c; c = FolderNode::NextFolder(c))
+    names.push_back(c->name());
+  for (const std::string& name : names) {
+    std::string folded = FoldCase(name);
+    if (folded != name) groups[std::move(folded)].insert(name);
+  }
+  std::set<std::string> twins;
+  if (groups.empty()) return twins;
+  for (const std::string& name : names) {
+    auto group = groups.find(FoldCase(name));
+    if (group == groups.end()) continue;
+    group->second.insert(name);
+  }
+  for (const auto& [folded, group] : groups)
+    if (group.size() > 1) twins.insert(group.begin(), group.end());
+  return twins;
+}
+
 void LeaveOut(SyncTable& plan, FolderNode& folder, const std::string& path) {
+  for (const std::string& name : CaseTwins(folder)) {
+    WriteSkippedNameLine(plan.env().files, plan.env().clock, path + name);
+    folder.RemoveFile(folder.FindFile(std::string_view(name)));
+    folder.RemoveFolder(folder.FindFolder(std::string_view(name)));
+  }
   if (folder.file_count() > 0 && folder.folder_count() > 0) {
     for (FolderNode* child = folder.FindFolder(nullptr); child;) {
       FolderNode* next = FolderNode::NextFolder(child);

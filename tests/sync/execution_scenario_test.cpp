@@ -104,6 +104,62 @@ TEST_P(ExecutionScenarioTest, AFileInTheWayOfAFolderGives99WithTheFoldersName) {
   EXPECT_EQ(LocalContent("new"), "in the way");
 }
 
+TEST_P(ExecutionScenarioTest, LocalFailuresHaveTheirCodesAndNames) {
+  using Op = MemoryFileSystem::Op;
+  struct Case {
+    const char* what;
+    Op op;
+    SysError error;
+    ResultCode code;
+    const char* name;
+  };
+  const Case cases[] = {
+      {"a deleted file in use", Op::kRemoveFile, sys_error::kSharingViolation, 94, "f.txt"},
+      {"a deleted file refused", Op::kRemoveFile, sys_error::kInvalidParameter, 22, "f.txt"},
+      {"a folder that will not go", Op::kRemoveDirectory, sys_error::kAccessDenied, 21, ""},
+      {"a folder path too long", Op::kMakeDirectory, sys_error::kFilenameTooLong, 91, "new"},
+      {"a folder not made", Op::kMakeDirectory, sys_error::kAccessDenied, 23, "new"},
+  };
+  for (const Case& c : cases) {
+    LocalRemove("old");
+    server().Remove("old");
+    server().Remove("new");
+    ASSERT_EQ(Sync(), 0u) << c.what;
+    LocalFile("old/f.txt", "f");
+    ASSERT_EQ(Sync(), 0u) << c.what;
+    server().Remove("old");    // to be removed locally: the file, then the folder
+    server().MakeFolder("new");  // to be made locally
+    prompt_.answers = {answer::kDeleteLocally};
+    files_.set_fault([&](Op op, const std::string& path) -> SysError {
+      return op == c.op && path.find(kMirror) == 0 ? c.error : 0;
+    });
+    EXPECT_EQ(Sync(), c.code) << c.what;
+    EXPECT_EQ(error_name_, c.name) << c.what;
+    files_.set_fault(nullptr);
+    prompt_.answers.clear();
+    prompt_.asked.clear();
+  }
+}
+
+TEST_P(ExecutionScenarioTest, AFailedTimeStampIsReadBackFromTheServer) {
+  LocalFile("a.txt", "a", FileTimeOf(kBaseSeconds) + 3);
+  intercept_ = [&](const HandlerRequest& request) {
+    return request.method == "PROPPATCH" ? Status(503) : nullptr;
+  };
+  ASSERT_EQ(Sync(), 0u);
+  const FileRecord record = RecordOf("a.txt");
+  ASSERT_TRUE(record);
+  // The server kept the time of the PUT; the record says what the server says.
+  EXPECT_EQ(record.server_time(), FileTimeOf(server().Tree()["a.txt"].modified));
+  intercept_ = [&](const HandlerRequest& request) {
+    return request.method == "PROPPATCH" || request.method == "HEAD" ? Status(503) : nullptr;
+  };
+  LocalFile("a.txt", "b", FileTimeOf(kBaseSeconds) + 7);
+  EXPECT_EQ(Sync(), 80u);
+  EXPECT_EQ(error_name_, "a.txt");
+  EXPECT_EQ(RecordOf("a.txt").local_time(), FileTimeOf(kBaseSeconds) + 3);
+}
+
 TEST_P(ExecutionScenarioTest, ASecondWalkOverAnExecutedPlanDoesNothing) {
   LocalFile("a.txt", "a");
   ServerFile("b.txt", "b");

@@ -86,15 +86,21 @@ TEST_P(NamesScenarioTest, NamesOnlyCaseTellsApartStayWhereTheyAre) {
   ExpectInStep();
 }
 
-TEST_P(NamesScenarioTest, ANewServerNameNeverOverwritesALocalFileOfAnotherCase) {
+TEST_P(NamesScenarioTest, NamesNewOnEachSideThatOnlyCaseTellsApartStayApart) {
   const std::string upper = "\x82\x60.txt";
   const std::string lower = "\x82\x81.txt";
   LocalFile(upper, "mine");
   ServerFile(lower, "theirs");
-  // Each looks new to its side: the upload goes, the download must not land on "mine".
+  // Found by the simulation (seed 1184): two new folders, "Ａポ" here and "ａポ" there. Made
+  // on the server, the local one would have joined its twin; made locally, the server's
+  // would have landed in the local one.
+  LocalFolder("\x82\x60\x83\x7C");
+  server().MakeFolder("\x82\x81\x83\x7C");
   ASSERT_EQ(Sync(), 0u);
-  EXPECT_EQ(LocalContent(upper), "mine");
-  EXPECT_EQ(ServerTreeText(), upper + "=mine\n" + lower + "=theirs\n");
+  EXPECT_EQ(LocalTree(), upper + "=mine\n\x82\x60\x83\x7C/\n");
+  EXPECT_EQ(ServerTreeText(), lower + "=theirs\n\x82\x81\x83\x7C/\n");
+  EXPECT_EQ(SkippedPaths().size(), 4u);
+  EXPECT_EQ(RecordTree(), "");
   EXPECT_FALSE(HasWork());
 }
 
@@ -104,6 +110,27 @@ TEST_P(NamesScenarioTest, ALocalNameTheCodePageCannotHoldIsLeftOut) {
   ASSERT_EQ(Sync(), 0u);
   EXPECT_EQ(ServerTreeText(), "fine.txt=fine\n");
   EXPECT_EQ(SkippedPaths(), std::vector<std::string>{std::string(kMirror) + "\\smile?.txt"});
+  EXPECT_FALSE(HasWork());
+}
+
+TEST_P(NamesScenarioTest, AFolderDeletedOnTheServerStaysWhileItHoldsANameTheCodePageCannotHold) {
+  LocalFile("old/a.txt", "a");
+  ASSERT_EQ(Sync(), 0u);
+  ASSERT_TRUE(files_.AddUnrepresentableFile(LocalPath("old"), "smile?.txt", "never synchronized"));
+  server().Remove("old");
+  // Deleting the folder here too removes what the run can reach; the file no call can open
+  // keeps it, and the run succeeds.
+  prompt_.answers = {answer::kDeleteLocally};
+  ASSERT_EQ(Sync(), 0u);
+  EXPECT_EQ(LocalContent("old/a.txt"), "<missing>");
+  EXPECT_EQ(files_.List(LocalPath("old")).size(), 1u);
+  EXPECT_EQ(ServerTreeText(), "");
+  EXPECT_EQ(RecordTree(), "old/\n");
+  // The folder is still recorded, so the next run asks again; uploading it again brings the
+  // two sides in step.
+  prompt_.answers = {answer::kUploadAgain};
+  ASSERT_EQ(Sync(), 0u);
+  EXPECT_EQ(ServerTreeText(), "old/\n");
   EXPECT_FALSE(HasWork());
 }
 

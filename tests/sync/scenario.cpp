@@ -14,20 +14,7 @@ namespace qbrk::testing {
 namespace {
 constexpr uint64_t kUnixEpochFileTime = 116444736000000000ULL;
 
-// Swaps one separator for the other; trail bytes of double-byte characters stay.
-std::string SwapSeparators(const std::string& path, char from, char to) {
-  std::string out = path;
-  for (size_t i = 0; i < out.size(); ++i) {
-    if (IsLeadByte(static_cast<unsigned char>(out[i]))) {
-      ++i;
-    } else if (out[i] == from) {
-      out[i] = to;
-    }
-  }
-  return out;
-}
-
-std::string ToLocal(const std::string& path) { return SwapSeparators(path, '/', '\\'); }
+std::string ToLocal(const std::string& path) { return ReplaceSingleByte(path, '/', '\\'); }
 
 // Long contents are shown by their size and a checksum, to keep failure messages readable.
 std::string Shown(const std::string& content) {
@@ -184,7 +171,7 @@ std::string SyncScenario::LocalTree() {
   std::set<std::string> lines;
   const std::string base = std::string(kMirror) + "\\";
   for (const std::string& item : files_.List(kMirror)) {
-    const std::string rel = SwapSeparators(item.substr(base.size()), '\\', '/');
+    const std::string rel = ReplaceSingleByte(item.substr(base.size()), '\\', '/');
     if (rel.back() == '/') {
       lines.insert(rel);
     } else {

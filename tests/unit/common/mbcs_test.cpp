@@ -27,5 +27,10 @@ TEST(MbcsTest, CaseInsensitiveEqualityKeepsDoubleByteCharactersWhole) {
   EXPECT_FALSE(EqualsIgnoringAsciiCase("abc", "abcd"));
 }
 
+TEST(MbcsTest, ReplaceSingleByteSparesTrailBytes) {
+  EXPECT_EQ(ReplaceSingleByte("a\\\x95\x5C\\b", '\\', '/'), "a/\x95\x5C/b");
+  EXPECT_EQ(ReplaceSingleByte("x/y", '/', '\\'), "x\\y");
+}
+
 }  // namespace
 }  // namespace qbrk

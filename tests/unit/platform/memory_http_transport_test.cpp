@@ -180,7 +180,12 @@ TEST_F(MemoryHttpTransportTest, DescribedBodiesAndHeaderBlocks) {
   EXPECT_EQ(text, "HTTP/1.1 200 OK\r\nServer: x\r\nX-Padding: ppppp\r\n\r\n");
   request = Open("GET");
   ASSERT_EQ(request->Send({}), 0u);
-  EXPECT_THROW(request->QueryRawHeaders(HeaderBlock::kResponse, &text), std::bad_alloc);
+  // 3 GiB is more than one allocation gives; in a 32-bit build more than a string holds.
+  if ((uint64_t{3} << 30) > std::string().max_size()) {
+    EXPECT_THROW(request->QueryRawHeaders(HeaderBlock::kResponse, &text), std::length_error);
+  } else {
+    EXPECT_THROW(request->QueryRawHeaders(HeaderBlock::kResponse, &text), std::bad_alloc);
+  }
   EXPECT_EQ(request->QueryRawHeaders(HeaderBlock::kRequest, &text), 0u);  // ours is small
   request = Open("GET");
   ASSERT_EQ(request->Send({}), 0u);

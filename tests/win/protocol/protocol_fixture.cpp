@@ -25,26 +25,6 @@ uint16_t PortFrom(const char* variable) {
   return value ? static_cast<uint16_t>(std::atoi(value)) : 0;
 }
 
-// Every file and folder below `folder` (with its trailing backslash), named from `prefix`.
-void ReadTree(const std::string& folder, const std::string& prefix, Tree* tree) {
-  WIN32_FIND_DATAA data;
-  UniqueFind find(FindFirstFileA((folder + "*").c_str(), &data));
-  if (!find) return;
-  do {
-    const std::string name = data.cFileName;
-    if (name == "." || name == "..") continue;
-    if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
-      (*tree)[prefix + name + "/"] = "";
-      ReadTree(folder + name + "\\", prefix + name + "/", tree);
-    } else {
-      std::ifstream in(folder + name, std::ios::binary);
-      std::ostringstream content;
-      content << in.rdbuf();
-      (*tree)[prefix + name] = content.str();
-    }
-  } while (FindNextFileA(find.get(), &data));
-}
-
 void RemoveTree(const std::string& folder) {
   WIN32_FIND_DATAA data;
   UniqueFind find(FindFirstFileA((folder + "*").c_str(), &data));
@@ -65,6 +45,25 @@ void RemoveTree(const std::string& folder) {
 }
 
 }  // namespace
+
+void ReadTree(const std::string& folder, const std::string& prefix, Tree* tree) {
+  WIN32_FIND_DATAA data;
+  UniqueFind find(FindFirstFileA((folder + "*").c_str(), &data));
+  if (!find) return;
+  do {
+    const std::string name = data.cFileName;
+    if (name == "." || name == "..") continue;
+    if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
+      (*tree)[prefix + name + "/"] = "";
+      ReadTree(folder + name + "\\", prefix + name + "/", tree);
+    } else {
+      std::ifstream in(folder + name, std::ios::binary);
+      std::ostringstream content;
+      content << in.rdbuf();
+      (*tree)[prefix + name] = content.str();
+    }
+  } while (FindNextFileA(find.get(), &data));
+}
 
 std::string Pattern(size_t size) {
   std::string text(size, '\0');
@@ -137,6 +136,11 @@ ResultCode ProtocolScenario::Open() {
 
 ControlReply ProtocolScenario::Control(const std::string& method, const std::string& what,
                                        const std::string& body) {
+  return Request(method, "/_emulator/" + what, "", body);
+}
+
+ControlReply ProtocolScenario::Request(const std::string& method, const std::string& path,
+                                       const std::string& headers, const std::string& body) {
   ControlReply reply;
   WinInetTransport transport;
   std::unique_ptr<HttpSession> session;
@@ -144,10 +148,10 @@ ControlReply ProtocolScenario::Control(const std::string& method, const std::str
   std::unique_ptr<HttpRequest> request;
   if (transport.OpenSession("control", &session) != 0 ||
       session->Connect("127.0.0.1", port_, &connection) != 0 ||
-      connection->OpenRequest(method, "/_emulator/" + what, http_open_flags::kReload, &request) !=
-          0 ||
+      connection->OpenRequest(method, path, http_open_flags::kReload, &request) != 0 ||
+      (!headers.empty() && request->AddHeaders(headers, HeaderMode::kReplace) != 0) ||
       request->Send(body) != 0 || request->QueryStatus(&reply.status) != 0) {
-    ADD_FAILURE() << "control request failed: " << method << " " << what;
+    ADD_FAILURE() << "request failed: " << method << " " << path;
     return reply;
   }
   char buffer[4096];

@@ -45,6 +45,11 @@ class ProtocolScenario : public ::testing::Test {
   // The emulator's control endpoint, over WinINet.
   ControlReply Control(const std::string& method, const std::string& what,
                        const std::string& body = "");
+  // One request to the plain emulator over a WinINet connection of its own, not through
+  // the library's session: `path` goes on the wire as it stands, `headers` (CR LF ended
+  // lines, may be empty) are added before the send.
+  ControlReply Request(const std::string& method, const std::string& path,
+                       const std::string& headers, const std::string& body);
   void AddFault(const std::string& rule);
 
   // The account's disk as the emulator keeps it on disk.
@@ -66,6 +71,10 @@ class ProtocolScenario : public ::testing::Test {
  private:
   std::string saved_tmp_;
 };
+
+// Adds every file and folder below `folder` (with its trailing backslash) to `tree`, named
+// from `prefix`, as the ANSI calls see them.
+void ReadTree(const std::string& folder, const std::string& prefix, Tree* tree);
 
 // Content of `size` bytes that differs at every offset class (so a misplaced range shows).
 std::string Pattern(size_t size);
