@@ -38,6 +38,13 @@ void MapAsciiInPlace(std::string* text, Map map) {
   }
 }
 
+template <typename Map>
+std::string MapAscii(std::string_view text, Map map) {
+  std::string out(text);
+  MapAsciiInPlace(&out, map);
+  return out;
+}
+
 char ToLowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? char(c - 'A' + 'a') : c; }
 char ToUpperAscii(char c) { return (c >= 'a' && c <= 'z') ? char(c - 'a' + 'A') : c; }
 }  // namespace
@@ -46,19 +53,11 @@ std::string ReplaceSingleByte(std::string_view text, char from, char to) {
   return MapAscii(text, [from, to](char c) { return c == from ? to : c; });
 }
 
-std::string LowerAscii(std::string_view text) {
-  std::string out(text);
-  MapAsciiInPlace(&out, ToLowerAscii);
-  return out;
-}
+std::string LowerAscii(std::string_view text) { return MapAscii(text, ToLowerAscii); }
 
 void LowerAsciiInPlace(std::string* text) { MapAsciiInPlace(text, ToLowerAscii); }
 
-std::string UpperAscii(std::string_view text) {
-  std::string out(text);
-  MapAsciiInPlace(&out, ToUpperAscii);
-  return out;
-}
+std::string UpperAscii(std::string_view text) { return MapAscii(text, ToUpperAscii); }
 
 bool EndsWithSingleByte(std::string_view text, char c) {
   return !text.empty() && FindLastSingleByte(text, c) == text.size() - 1;
