@@ -51,8 +51,9 @@ bool FileRecord::embedded() const {
 }
 
 FileRecord FileRecord::Allocate(uint32_t length, uint32_t name_size) {
-  if (length > std::numeric_limits<size_t>::max() - kHeaderBytes) return {};
-  Block block(new (std::nothrow) uint8_t[kHeaderBytes + length]);
+  const uint64_t total = uint64_t{kHeaderBytes} + length;
+  if (total != static_cast<size_t>(total)) return {};  // beyond a 32-bit address space
+  Block block(new (std::nothrow) uint8_t[static_cast<size_t>(total)]);
   if (!block) return {};
   const uint32_t flags = 0;
   std::memcpy(block.get() + kNameSizeAt, &name_size, sizeof name_size);
