@@ -27,8 +27,8 @@ size_t FindSingleByte(std::string_view text, char c, size_t from) {
 
 namespace {
 template <typename Map>
-std::string MapAscii(std::string_view text, Map map) {
-  std::string out(text);
+void MapAsciiInPlace(std::string* text, Map map) {
+  std::string& out = *text;
   for (size_t i = 0; i < out.size(); ++i) {
     if (IsLeadByte(static_cast<unsigned char>(out[i]))) {
       ++i;
@@ -36,21 +36,28 @@ std::string MapAscii(std::string_view text, Map map) {
       out[i] = map(out[i]);
     }
   }
+}
+
+template <typename Map>
+std::string MapAscii(std::string_view text, Map map) {
+  std::string out(text);
+  MapAsciiInPlace(&out, map);
   return out;
 }
+
+char ToLowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? char(c - 'A' + 'a') : c; }
+char ToUpperAscii(char c) { return (c >= 'a' && c <= 'z') ? char(c - 'a' + 'A') : c; }
 }  // namespace
 
 std::string ReplaceSingleByte(std::string_view text, char from, char to) {
   return MapAscii(text, [from, to](char c) { return c == from ? to : c; });
 }
 
-std::string LowerAscii(std::string_view text) {
-  return MapAscii(text, [](char c) { return (c >= 'A' && c <= 'Z') ? char(c - 'A' + 'a') : c; });
-}
+std::string LowerAscii(std::string_view text) { return MapAscii(text, ToLowerAscii); }
 
-std::string UpperAscii(std::string_view text) {
-  return MapAscii(text, [](char c) { return (c >= 'a' && c <= 'z') ? char(c - 'a' + 'A') : c; });
-}
+void LowerAsciiInPlace(std::string* text) { MapAsciiInPlace(text, ToLowerAscii); }
+
+std::string UpperAscii(std::string_view text) { return MapAscii(text, ToUpperAscii); }
 
 bool EndsWithSingleByte(std::string_view text, char c) {
   return !text.empty() && FindLastSingleByte(text, c) == text.size() - 1;
@@ -58,6 +65,12 @@ bool EndsWithSingleByte(std::string_view text, char c) {
 
 std::string FoldCase(std::string_view text) {
   std::string out(text);
+  FoldCaseInPlace(&out);
+  return out;
+}
+
+void FoldCaseInPlace(std::string* text) {
+  std::string& out = *text;
   for (size_t i = 0; i < out.size(); ++i) {
     const unsigned char lead = static_cast<unsigned char>(out[i]);
     if (!IsLeadByte(lead)) {
@@ -76,7 +89,6 @@ std::string FoldCase(std::string_view text) {
       out[i] = static_cast<char>(lower);
     }
   }
-  return out;
 }
 
 bool EqualsIgnoringAsciiCase(std::string_view a, std::string_view b) {

@@ -25,6 +25,8 @@ std::string ReplaceSingleByte(std::string_view text, char from, char to);
 
 // ASCII letters lower-cased, double-byte characters left whole.
 std::string LowerAscii(std::string_view text);
+// The same in place, for loops that reuse one string's storage.
+void LowerAsciiInPlace(std::string* text);
 // ASCII letters upper-cased, double-byte characters left whole.
 std::string UpperAscii(std::string_view text);
 
@@ -36,6 +38,8 @@ bool EndsWithSingleByte(std::string_view text, char c);
 // letters. (Windows folds by Unicode; these are the cased letters of code page 932 a name is
 // likely to hold. Roman numerals and the duplicate NEC/IBM encodings are left as they are.)
 std::string FoldCase(std::string_view text);
+// The same in place, for loops that reuse one string's storage.
+void FoldCaseInPlace(std::string* text);
 
 // Equality ignoring ASCII case, double-byte aware.
 bool EqualsIgnoringAsciiCase(std::string_view a, std::string_view b);

@@ -23,18 +23,72 @@ void StoreLittle64(uint8_t* p, uint64_t value) {
   StoreLittle32(p + 4, static_cast<uint32_t>(value >> 32));
 }
 
-FileRecord FileRecord::WithName(std::string_view name) {
-  if (name.size() > std::numeric_limits<uint32_t>::max() - kFixedSize - 1) return {};
-  const uint32_t length = kFixedSize + static_cast<uint32_t>(name.size()) + 1;
-  std::unique_ptr<uint8_t[]> block(new (std::nothrow) uint8_t[length]());
+namespace {
+constexpr size_t kNameSizeAt = 0;
+constexpr size_t kFlagsAt = 4;
+}  // namespace
+
+void FileRecord::BlockDeleter::operator()(uint8_t* block) const {
+  uint32_t flags;
+  std::memcpy(&flags, block + kFlagsAt, sizeof flags);
+  if (!(flags & kEmbedded)) delete[] block;
+}
+
+FileRecord::FileRecord(FileRecord&& other) noexcept
+    : block_(other.embedded() ? std::move(other.Copy().block_) : std::move(other.block_)) {}
+
+FileRecord& FileRecord::operator=(FileRecord&& other) noexcept {
+  if (this != &other)
+    block_ = other.embedded() ? std::move(other.Copy().block_) : std::move(other.block_);
+  return *this;
+}
+
+bool FileRecord::embedded() const {
+  if (!block_) return false;
+  uint32_t flags;
+  std::memcpy(&flags, block_.get() + kFlagsAt, sizeof flags);
+  return (flags & kEmbedded) != 0;
+}
+
+FileRecord FileRecord::Allocate(uint32_t length, uint32_t name_size) {
+  const uint64_t total = uint64_t{kHeaderBytes} + length;
+  if (total != static_cast<size_t>(total)) return {};  // beyond a 32-bit address space
+  Block block(new (std::nothrow) uint8_t[static_cast<size_t>(total)]);
   if (!block) return {};
-  StoreLittle32(block.get(), length);
-  if (!name.empty()) std::memcpy(block.get() + kFixedSize, name.data(), name.size());
+  const uint32_t flags = 0;
+  std::memcpy(block.get() + kNameSizeAt, &name_size, sizeof name_size);
+  std::memcpy(block.get() + kFlagsAt, &flags, sizeof flags);
   return FileRecord(std::move(block));
 }
 
+FileRecord FileRecord::Embed(const FileRecord& from, uint8_t* storage) {
+  std::memcpy(storage, from.block_.get(), from.block_size());
+  const uint32_t flags = kEmbedded;
+  std::memcpy(storage + kFlagsAt, &flags, sizeof flags);
+  return FileRecord(Block(storage));
+}
+
+FileRecord FileRecord::WithName(std::string_view name) {
+  if (name.size() > std::numeric_limits<uint32_t>::max() - kFixedSize - 1) return {};
+  const uint32_t length = kFixedSize + static_cast<uint32_t>(name.size()) + 1;
+  // The name ends at its first NUL, as when the record is read back from its bytes.
+  const void* nul = name.empty() ? nullptr : std::memchr(name.data(), 0, name.size());
+  const size_t name_size = nul ? static_cast<const char*>(nul) - name.data() : name.size();
+  FileRecord record = Allocate(length, static_cast<uint32_t>(name_size));
+  if (!record) return {};
+  uint8_t* bytes = record.block_.get() + kHeaderBytes;
+  std::memset(bytes, 0, length);
+  StoreLittle32(bytes, length);
+  if (!name.empty()) std::memcpy(bytes + kFixedSize, name.data(), name.size());
+  return record;
+}
+
 FileRecord FileRecord::FromFindData(const FindData& data) {
-  FileRecord record = WithName(data.name);
+  return FromFindData(data, data.name);
+}
+
+FileRecord FileRecord::FromFindData(const FindData& data, std::string_view name) {
+  FileRecord record = WithName(name);
   if (record) {
     record.set_attributes(data.attributes);
     record.set_size(data.size);
@@ -54,14 +108,18 @@ FileRecord FileRecord::FromListingItem(const FindData& item) {
 }
 
 FileRecord FileRecord::FromBytes(const uint8_t* bytes, uint32_t length) {
-  std::unique_ptr<uint8_t[]> block(new (std::nothrow) uint8_t[length]);
-  if (!block) return {};
-  std::memcpy(block.get(), bytes, length);
-  return FileRecord(std::move(block));
+  // The caller has checked that the terminator lies inside the record.
+  const char* name = reinterpret_cast<const char*>(bytes + kFixedSize);
+  FileRecord record = Allocate(length, static_cast<uint32_t>(std::strlen(name)));
+  if (record) std::memcpy(record.block_.get() + kHeaderBytes, bytes, length);
+  return record;
 }
 
 FileRecord FileRecord::Copy() const {
-  return block_ ? FromBytes(block_.get(), length()) : FileRecord();
+  if (!block_) return FileRecord();
+  FileRecord copy = Allocate(length(), static_cast<uint32_t>(name().size()));
+  if (copy) std::memcpy(copy.block_.get() + kHeaderBytes, bytes(), length());
+  return copy;
 }
 
 void FileRecord::set_size(uint64_t value) {
@@ -71,18 +129,22 @@ void FileRecord::set_size(uint64_t value) {
 
 std::string_view FileRecord::name() const {
   if (!block_) return {};
-  // The loader only accepts records whose terminator lies inside their length.
-  const char* name = reinterpret_cast<const char*>(block_.get() + kFixedSize);
-  return std::string_view(name, std::strlen(name));
+  uint32_t size;
+  std::memcpy(&size, block_.get() + kNameSizeAt, sizeof size);
+  return std::string_view(reinterpret_cast<const char*>(bytes() + kFixedSize), size);
 }
 
-uint32_t FileRecord::Read32(uint32_t offset) const { return LoadLittle32(block_.get() + offset); }
-uint64_t FileRecord::Read64(uint32_t offset) const { return LoadLittle64(block_.get() + offset); }
+uint32_t FileRecord::Read32(uint32_t offset) const {
+  return LoadLittle32(block_.get() + kHeaderBytes + offset);
+}
+uint64_t FileRecord::Read64(uint32_t offset) const {
+  return LoadLittle64(block_.get() + kHeaderBytes + offset);
+}
 void FileRecord::Write32(uint32_t offset, uint32_t value) {
-  StoreLittle32(block_.get() + offset, value);
+  StoreLittle32(block_.get() + kHeaderBytes + offset, value);
 }
 void FileRecord::Write64(uint32_t offset, uint64_t value) {
-  StoreLittle64(block_.get() + offset, value);
+  StoreLittle64(block_.get() + kHeaderBytes + offset, value);
 }
 
 }  // namespace qbrk

@@ -21,13 +21,17 @@ class FileRecord {
 
   // No record (an entry may have none).
   FileRecord() = default;
-  FileRecord(FileRecord&&) noexcept = default;
-  FileRecord& operator=(FileRecord&&) noexcept = default;
+  // A record that lives inside its entry's allocation (see FileEntry::New) is copied, not
+  // taken, by a move: the copy is empty when memory ran out.
+  FileRecord(FileRecord&& other) noexcept;
+  FileRecord& operator=(FileRecord&& other) noexcept;
 
   // A zeroed record carrying `name`; empty when memory ran out or the name cannot be held.
   static FileRecord WithName(std::string_view name);
   // From a local folder search: attributes, size, last-write time and name; server time 0.
   static FileRecord FromFindData(const FindData& data);
+  // The same with `name` in place of the find data's name.
+  static FileRecord FromFindData(const FindData& data, std::string_view name);
   // From a server listing item: flags word, size, last-modified time as the server time and
   // name; local time 0.
   static FileRecord FromListingItem(const FindData& item);
@@ -39,7 +43,7 @@ class FileRecord {
   explicit operator bool() const { return block_ != nullptr; }
 
   uint32_t length() const { return Read32(0); }
-  const uint8_t* bytes() const { return block_.get(); }
+  const uint8_t* bytes() const { return block_ ? block_.get() + kHeaderBytes : nullptr; }
 
   uint32_t attributes() const { return Read32(4); }
   void set_attributes(uint32_t value) { Write32(4, value); }
@@ -53,13 +57,32 @@ class FileRecord {
   std::string_view name() const;
 
  private:
-  explicit FileRecord(std::unique_ptr<uint8_t[]> block) : block_(std::move(block)) {}
+  friend class FileEntry;
+
+  // The block holds a header before the record's bytes, never saved: the name's length (so
+  // that a name costs no search for its terminator on every lookup and comparison) and
+  // whether the block lives inside an entry's allocation, which frees it.
+  static constexpr size_t kHeaderBytes = 8;
+  static constexpr uint32_t kEmbedded = 1;
+  struct BlockDeleter {
+    void operator()(uint8_t* block) const;
+  };
+  using Block = std::unique_ptr<uint8_t[], BlockDeleter>;
+
+  explicit FileRecord(Block block) : block_(std::move(block)) {}
+  // A block for a record of `length` bytes whose name is `name_size` bytes long.
+  static FileRecord Allocate(uint32_t length, uint32_t name_size);
+  // Header and bytes of the block.
+  size_t block_size() const { return kHeaderBytes + length(); }
+  // A copy of `from` in `storage` (block_size() bytes), which the caller frees.
+  static FileRecord Embed(const FileRecord& from, uint8_t* storage);
+  bool embedded() const;
   uint32_t Read32(uint32_t offset) const;
   uint64_t Read64(uint32_t offset) const;
   void Write32(uint32_t offset, uint32_t value);
   void Write64(uint32_t offset, uint64_t value);
 
-  std::unique_ptr<uint8_t[]> block_;
+  Block block_;
 };
 
 // Little-endian access to unaligned bytes (the table file has no alignment anywhere).

@@ -1,6 +1,7 @@
 #include "sync/folder_node.h"
 
 #include <cstring>
+#include <new>
 
 namespace qbrk {
 
@@ -31,6 +32,14 @@ uint64_t HashName(std::string_view name) {
     hash *= 1099511628211ULL;
   }
   return hash ^ (hash >> 29);
+}
+
+FileEntry* FileEntry::New(const FileRecord& record) {
+  if (!record) return new (std::nothrow) FileEntry(FileRecord());
+  void* memory = ::operator new(sizeof(FileEntry) + record.block_size(), std::nothrow);
+  if (!memory) return nullptr;
+  uint8_t* storage = static_cast<uint8_t*>(memory) + sizeof(FileEntry);
+  return new (memory) FileEntry(record, storage);
 }
 
 uint32_t FileEntry::CompareLocal(const FileEntry* other) const {
@@ -121,7 +130,10 @@ FolderNode* FolderNode::FindFolder(std::string_view name) const {
 
 FileEntry* FolderNode::NextFile(const FileEntry* entry) {
   if (!entry || !entry->position_ || !entry->position_->next) return nullptr;
-  return entry->position_->next->item;
+  const auto* next = entry->position_->next;
+  // Walks visit every entry in turn: fetch the one after this early.
+  if (next->next) __builtin_prefetch(next->next->item);
+  return next->item;
 }
 
 FolderNode* FolderNode::NextFolder(const FolderNode* node) {

@@ -36,6 +36,13 @@ class FileEntry {
   FileEntry(const FileEntry&) = delete;
   FileEntry& operator=(const FileEntry&) = delete;
 
+  // An entry holding a copy of `record` in the same allocation, so that an entry costs one
+  // block instead of two and its name lies next to it; null when memory ran out. Freed with
+  // delete like any entry.
+  static FileEntry* New(const FileRecord& record);
+  // Every entry's memory, one block or two, goes back the way it came.
+  static void operator delete(void* entry) { ::operator delete(entry); }
+
   FileRecord& record() { return record_; }
   const FileRecord& record() const { return record_; }
   std::string_view name() const { return record_.name(); }
@@ -51,6 +58,9 @@ class FileEntry {
 
  private:
   friend class FolderNode;
+  // Copies `from` into `storage`, the rest of this entry's allocation.
+  FileEntry(const FileRecord& from, uint8_t* storage) : record_(FileRecord::Embed(from, storage)) {}
+
   FileRecord record_;
   PtrList<FileEntry>::Position position_ = nullptr;
 };

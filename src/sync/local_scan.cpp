@@ -63,20 +63,20 @@ class LocalScanner {
       WriteSkippedNameLine(files_, table_.env().clock, path + "\\" + data.name);
       return result::kSuccess;
     }
-    const std::string lower = LowerCaseLocalName(data.name);
-    if (data.attributes & file_attr::kDirectory)
+    LowerCaseLocalName(data.name, &lower_);
+    if (data.attributes & file_attr::kDirectory) {
+      const std::string lower = lower_;  // the scan below reuses lower_
       return Scan(path + "\\" + lower, lower, node, depth + 1);
-    FindData named = data;
-    named.name = lower;
-    FileRecord record = FileRecord::FromFindData(named);
+    }
+    FileRecord record = FileRecord::FromFindData(data, lower_);
     if (!record) return result::kGeneralFailure;
-    if (!node->AddFile(new (std::nothrow) FileEntry(std::move(record))))
-      return result::kGeneralFailure;
+    if (!node->AddFile(FileEntry::New(record))) return result::kGeneralFailure;
     return result::kSuccess;
   }
 
   SyncTable& table_;
   FileSystem& files_;
+  std::string lower_;  // each name lower-cased, in storage kept from one name to the next
 };
 
 }  // namespace

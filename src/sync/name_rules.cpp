@@ -15,6 +15,7 @@ bool IsDeviceName(std::string_view name) {
   // The part before the first dot, with blanks before that dot ignored, as Windows reads it.
   std::string_view base = name.substr(0, name.find('.'));
   while (!base.empty() && base.back() == ' ') base.remove_suffix(1);
+  if (base.size() > 7) return false;  // longer than every device name
   const std::string upper = UpperAscii(base);
   static constexpr std::array<const char*, 6> kPlain = {"CON", "PRN", "AUX", "NUL", "CONIN$",
                                                         "CONOUT$"};
@@ -54,5 +55,10 @@ bool HasSubstitutedCharacter(std::string_view name) {
 }
 
 std::string LowerCaseLocalName(std::string_view name) { return LowerAscii(name); }
+
+void LowerCaseLocalName(std::string_view name, std::string* out) {
+  out->assign(name);
+  LowerAsciiInPlace(out);
+}
 
 }  // namespace qbrk

@@ -37,5 +37,7 @@ bool HasSubstitutedCharacter(std::string_view name);
 // recorded names meet in one form; double-byte characters (full-width letters, kana, kanji)
 // are left alone.
 std::string LowerCaseLocalName(std::string_view name);
+// The same into `*out`, reusing its storage.
+void LowerCaseLocalName(std::string_view name, std::string* out);
 
 }  // namespace qbrk

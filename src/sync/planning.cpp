@@ -124,9 +124,7 @@ class Planner {
 
  private:
   static FileEntry* Add(FolderNode& plan, const FileRecord& record, uint32_t marks) {
-    FileRecord copy = record.Copy();
-    if (!copy) return nullptr;
-    FileEntry* entry = plan.AddFile(new (std::nothrow) FileEntry(std::move(copy)));
+    FileEntry* entry = plan.AddFile(FileEntry::New(record));
     if (entry) entry->marks = marks;
     return entry;
   }

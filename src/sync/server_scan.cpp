@@ -51,8 +51,7 @@ class ServerScanner {
         continue;
       }
       FileRecord record = FileRecord::FromListingItem(*item);
-      if (!record || !node->AddFile(new (std::nothrow) FileEntry(std::move(record))))
-        return result::kNoMemory;
+      if (!record || !node->AddFile(FileEntry::New(record))) return result::kNoMemory;
     }
     return result::kSuccess;
   }
@@ -68,6 +67,7 @@ class ServerScanner {
     std::vector<const FindData*> valid;
     valid.reserve(listing.size());
     std::map<std::string, std::vector<std::string>> capital_groups;  // folded -> names
+    std::string folded;  // each name folded, in storage kept from one name to the next
     for (const FindData& item : listing) {
       if (!item.name.empty() && item.name[0] == '.') continue;
       if (table_.IsExcludedSuffix(item.name)) continue;
@@ -76,9 +76,10 @@ class ServerScanner {
         continue;
       }
       valid.push_back(&item);
-      std::string folded = FoldCase(item.name);
+      folded.assign(item.name);
+      FoldCaseInPlace(&folded);
       if (folded == item.name) continue;
-      auto& group = capital_groups[std::move(folded)];
+      auto& group = capital_groups[folded];
       if (std::find(group.begin(), group.end(), item.name) == group.end())
         group.push_back(item.name);
     }
@@ -88,7 +89,8 @@ class ServerScanner {
     std::vector<const FindData*> admitted;
     admitted.reserve(valid.size());
     for (const FindData* item : valid) {
-      const std::string folded = FoldCase(item->name);
+      folded.assign(item->name);
+      FoldCaseInPlace(&folded);
       auto group = capital_groups.find(folded);
       if (group != capital_groups.end() &&
           group->second.size() + (names.count(folded) ? 1 : 0) > 1) {

@@ -30,12 +30,17 @@ FolderNode* SyncTable::EnsureRoot() {
 bool SyncTable::IsExcludedSuffix(std::string_view name) const {
   const size_t dot = FindLastSingleByte(name, '.');
   if (dot == std::string_view::npos) return false;
-  std::string needle = "\"";
-  needle += LowerAscii(name.substr(dot + 1));
-  needle += '"';
+  const std::string_view extension = name.substr(dot + 1);
+  // A needle longer than the list is never in it (and most extensions are not): the scans
+  // ask for every name, so the needle is built only when it could match, in reused storage.
+  if (extension.size() + 2 > suffixes_.size()) return false;
+  needle_.assign(1, '"');
+  needle_.append(extension);
+  LowerAsciiInPlace(&needle_);
+  needle_ += '"';
   // The needle starts with a quote, which is never a trail byte, so a plain search cannot
   // match inside a double-byte character.
-  return suffixes_.find(needle) != std::string::npos;
+  return suffixes_.find(needle_) != std::string::npos;
 }
 
 uint32_t SyncTable::AddSight(const LocalSight& sight) {

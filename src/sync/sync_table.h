@@ -79,6 +79,7 @@ class SyncTable {
   ServerSession* connection_;
   std::unique_ptr<FolderNode> root_;
   std::string suffixes_;
+  mutable std::string needle_;  // IsExcludedSuffix's storage (a table has one thread)
   std::vector<LocalSight> sights_;
 };
 

@@ -42,8 +42,7 @@ struct Parser {
       if (version == kTableVersionMilliseconds)
         record.set_server_time(MillisecondsToFileTime(record.server_time()));
       if (node->FindFile(record.name())) return 0;
-      FileEntry* entry = new (std::nothrow) FileEntry(std::move(record));
-      if (!node->AddFile(entry)) return 0;
+      if (!node->AddFile(FileEntry::New(record))) return 0;
       cursor += length;
     }
 

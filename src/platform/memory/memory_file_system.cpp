@@ -112,6 +112,7 @@ SysError SplitPath(const std::string& path, char* drive, std::vector<std::string
 // Wildcard match of a name against a mask with * and ?, ignoring case as names do; "*.*"
 // is "*". A ? stands for one character, single- or double-byte.
 bool MaskMatches(const std::string& mask, const std::string& name) {
+  if (mask == "*" || mask == "*.*") return true;  // every scan's mask: spare the work per name
   const std::vector<std::string> m = Characters(mask == "*.*" ? std::string("*") : FoldName(mask));
   const std::vector<std::string> n = Characters(FoldName(name));
   size_t mi = 0, ni = 0, star = std::string::npos, resume = 0;
@@ -194,7 +195,10 @@ class MemoryFileSystem::OpenFileImpl final : public File {
     if (SysError e = fs_.InjectedFault(Op::kWrite, node_->name)) return e;
     const uint64_t end = position_ + size;
     if (end > node_->data.size()) {
-      if (fs_.UsedBytes() + (end - node_->data.size()) > fs_.capacity_) return sys_error::kDiskFull;
+      // Without a capacity nothing can be full: the walk over every file is spared.
+      if (fs_.capacity_ != UINT64_MAX &&
+          fs_.UsedBytes() + (end - node_->data.size()) > fs_.capacity_)
+        return sys_error::kDiskFull;
       if (SysError e = Resize(end)) return e;
     }
     if (size) std::memcpy(node_->data.data() + static_cast<size_t>(position_), data, size);
@@ -262,16 +266,17 @@ class MemoryFileSystem::OpenFileImpl final : public File {
 
 class MemoryFileSystem::FindImpl final : public FindHandle {
  public:
-  explicit FindImpl(std::vector<FindData> rest) : rest_(std::move(rest)) {}
+  // `matches` from the second on are still to come.
+  explicit FindImpl(std::vector<FindData> matches) : matches_(std::move(matches)) {}
   SysError Next(FindData* data) override {
-    if (next_ >= rest_.size()) return sys_error::kNoMoreFiles;
-    *data = rest_[next_++];
+    if (next_ >= matches_.size()) return sys_error::kNoMoreFiles;
+    *data = std::move(matches_[next_++]);
     return sys_error::kSuccess;
   }
 
  private:
-  std::vector<FindData> rest_;
-  size_t next_ = 0;
+  std::vector<FindData> matches_;
+  size_t next_ = 1;
 };
 
 MemoryFileSystem::MemoryFileSystem(Clock& clock) : clock_(clock) {
@@ -412,6 +417,7 @@ SysError MemoryFileSystem::FindFirst(const std::string& pattern,
   if (mask.empty() || HasInvalidCharacter(mask, true)) return sys_error::kFileNotFound;
 
   std::vector<FindData> matches;
+  matches.reserve(dir->children.size() + 2);
   const bool is_root = folder.size() <= 3;
   if (!is_root) {
     if (MaskMatches(mask, ".")) matches.push_back(ToFindData(*dir, "."));
@@ -420,8 +426,7 @@ SysError MemoryFileSystem::FindFirst(const std::string& pattern,
   for (const auto& [key, child] : dir->children)
     if (MaskMatches(mask, child->name)) matches.push_back(ToFindData(*child, child->name));
   if (matches.empty()) return sys_error::kFileNotFound;
-  *first = matches.front();
-  matches.erase(matches.begin());
+  *first = std::move(matches.front());
   *find = std::make_unique<FindImpl>(std::move(matches));
   return sys_error::kSuccess;
 }

@@ -59,6 +59,58 @@ TEST(FileRecordTest, BytesAreTheTableFilesRecordWithTheSizeHighHalfFirst) {
             std::string(reinterpret_cast<const char*>(listed.bytes()), listed.length()));
 }
 
+TEST(FileRecordTest, TheNameEndsAtItsFirstNulAsInTheSavedBytes) {
+  const FileRecord record = FileRecord::WithName(std::string("a\0b", 3));
+  ASSERT_TRUE(record);
+  EXPECT_EQ(record.length(), 52u);
+  EXPECT_EQ(record.name(), "a");
+  EXPECT_EQ(FileRecord::FromBytes(record.bytes(), record.length()).name(), "a");
+  EXPECT_EQ(record.Copy().name(), "a");
+  EXPECT_EQ(FileRecord::WithName("").name(), "");
+}
+
+TEST(FileEntryTest, NewHoldsItsOwnCopyOfTheRecordThatOutlivesItWhenMovedOut) {
+  FindData data;
+  data.size = 0x0000000300000004ULL;
+  data.last_write_time = 77;
+  data.name = "photo-2002-03-05.jpg";
+  const FileRecord record = FileRecord::FromFindData(data);
+  std::unique_ptr<FileEntry> entry(FileEntry::New(record));
+  ASSERT_NE(entry, nullptr);
+  const FileRecord& held = entry->record();
+  ASSERT_TRUE(held);
+  EXPECT_NE(held.bytes(), record.bytes());
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(held.bytes()), held.length()),
+            std::string(reinterpret_cast<const char*>(record.bytes()), record.length()));
+  EXPECT_EQ(entry->name(), "photo-2002-03-05.jpg");
+  entry->record().set_local_time(99);
+  EXPECT_EQ(record.local_time(), 77u);
+
+  // Taken out of the entry, the record is a copy of its own.
+  FileRecord taken = std::move(entry->record());
+  entry.reset();
+  ASSERT_TRUE(taken);
+  EXPECT_EQ(taken.name(), "photo-2002-03-05.jpg");
+  EXPECT_EQ(taken.local_time(), 99u);
+  EXPECT_EQ(taken.size(), 0x0000000300000004ULL);
+
+  // A record put in place of the held one is freed with the entry.
+  std::unique_ptr<FileEntry> replaced(FileEntry::New(record));
+  ASSERT_NE(replaced, nullptr);
+  replaced->record() = FileRecord::WithName("other");
+  EXPECT_EQ(replaced->name(), "other");
+
+  // Entries of both kinds live in folders and leave them alike.
+  FolderNode folder;
+  folder.AddFile(FileEntry::New(record));
+  folder.AddFile(new FileEntry(record.Copy()));
+  std::unique_ptr<FileEntry> none(FileEntry::New(FileRecord()));
+  ASSERT_NE(none, nullptr);
+  EXPECT_FALSE(none->record());
+  folder.RemoveFile(folder.FindFile(nullptr));
+  EXPECT_EQ(folder.file_count(), 1u);
+}
+
 // Lookups must answer the same with the index (large folders) as by walking the list.
 class FolderLookupTest : public ::testing::TestWithParam<int> {};
 
@@ -169,6 +221,12 @@ TEST(SyncTableTest, ExclusionListFromTheSuffixSetting) {
   EXPECT_EQ(table.suffixes(), "\"tmp\"\"\"");
   EXPECT_TRUE(table.IsExcludedSuffix("x.Tmp"));
   EXPECT_TRUE(table.IsExcludedSuffix("x."));  // an empty extension tests for two quotes
+  // Longer and shorter extensions in turn, the longest that fits the list last.
+  EXPECT_FALSE(table.IsExcludedSuffix("x.tmpfile"));
+  EXPECT_FALSE(table.IsExcludedSuffix("x.tm"));
+  EXPECT_TRUE(table.IsExcludedSuffix("x.TMP"));
+  EXPECT_TRUE(table.IsExcludedSuffix("x.tmp\"\""));  // a needle as long as the list
+  EXPECT_FALSE(table.IsExcludedSuffix("x.tmp\"\"\""));
   // The extension of a Shift_JIS name: the trail byte 0x5C of "表" is no separator.
   EXPECT_FALSE(table.IsExcludedSuffix("\x95\x5C.txt"));
 }
