@@ -505,29 +505,16 @@ SysError MemoryFileSystem::RemoveFile(const std::string& path) {
 
 SysError MemoryFileSystem::Rename(const std::string& from, const std::string& to) {
   if (SysError e = InjectedFault(Op::kRename, from)) return e;
-  std::string from_name, to_name;
-  SysError error = 0;
-  NodePtr from_parent = ResolveParent(from, &from_name, &error);
-  if (!from_parent) return error;
-  auto it = from_parent->children.find(FoldName(from_name));
-  if (it == from_parent->children.end()) return sys_error::kFileNotFound;
-  NodePtr node = it->second;
-  if (BlocksDeletion(*node)) return sys_error::kSharingViolation;
-  NodePtr to_parent = ResolveParent(to, &to_name, &error);
-  if (!to_parent) return error;
-  const std::string to_key = FoldName(to_name);
-  auto existing = to_parent->children.find(to_key);
-  // Renaming to another case of the same name is allowed; any other existing target is not.
-  if (existing != to_parent->children.end() && existing->second != node)
-    return sys_error::kAlreadyExists;
-  from_parent->children.erase(it);
-  node->name = to_name;
-  to_parent->children[to_key] = node;
-  return sys_error::kSuccess;
+  return MoveNode(from, to, /*replacing=*/false);
 }
 
 SysError MemoryFileSystem::RenameReplacing(const std::string& from, const std::string& to) {
   if (SysError e = InjectedFault(Op::kRenameReplacing, from)) return e;
+  return MoveNode(from, to, /*replacing=*/true);
+}
+
+SysError MemoryFileSystem::MoveNode(const std::string& from, const std::string& to,
+                                    bool replacing) {
   std::string from_name, to_name;
   SysError error = 0;
   NodePtr from_parent = ResolveParent(from, &from_name, &error);
@@ -540,7 +527,10 @@ SysError MemoryFileSystem::RenameReplacing(const std::string& from, const std::s
   if (!to_parent) return error;
   const std::string to_key = FoldName(to_name);
   auto existing = to_parent->children.find(to_key);
+  // Renaming to another case of the same name is allowed; any other existing target only
+  // when replacing, and then only a file that is neither read-only nor held open.
   if (existing != to_parent->children.end() && existing->second != node) {
+    if (!replacing) return sys_error::kAlreadyExists;
     const Node& target = *existing->second;
     if (target.directory || node->directory || (target.attributes & file_attr::kReadOnly))
       return sys_error::kAccessDenied;

@@ -70,6 +70,8 @@ class MemoryFileSystem final : public FileSystem {
   class FindImpl;
   friend class OpenFileImpl;
 
+  // Rename and RenameReplacing after their injected faults.
+  SysError MoveNode(const std::string& from, const std::string& to, bool replacing);
   // The node of a path, or null with the Win32 error of the lookup.
   std::shared_ptr<Node> Resolve(const std::string& path, SysError* error) const;
   // The parent folder node of a path and its last name, or null with an error.
