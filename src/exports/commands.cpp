@@ -5,13 +5,16 @@
 #include "dialogs/message_box.h"
 #include "dialogs/mirror_folder_dialog.h"
 #include "dialogs/report_error.h"
+#include "dialogs/startup_confirmation.h"
 #include "dialogs/sync_confirmation.h"
 #include "exports/job_wait.h"
 #include "exports/mirror_folder_path.h"
+#include "exports/synchronize_dialog.h"
 #include "platform/running_jobs.h"
 #include "platform/win32/job_lock.h"
 #include "settings/settings.h"
 #include "shell/home_page.h"
+#include "sync/startup_check.h"
 
 namespace qbrk {
 
@@ -31,7 +34,18 @@ uint32_t ShutDownLibrary(Env& env) {
 uint32_t Synchronize(Env& env, HWND owner) {
   Settings settings(env.registry);
   if (settings.SyncNotify() != 0 && !ConfirmSynchronize(owner)) return 0;
+  // Only a clean run puts the tray icon at rest; any other end leaves it as it was.
+  if (RunSynchronizeDialog(env, owner)) TellHostInStepAfterSync(env);
   return 1;
+}
+
+uint32_t StartUpCheck(Env& env, HWND owner) {
+  StartUpCheckUi ui;
+  ui.confirm = [owner](uint32_t* check_boot) { return RunStartUpConfirmation(owner, check_boot); };
+  ui.synchronize = [&env, owner] { return RunSynchronizeDialog(env, owner); };
+  ui.close_streams = CloseRuntimeStreams;
+  RunStartUpCheck(env, ui);
+  return 0;
 }
 
 uint32_t ChangeMirrorFolder(Env& env, HWND owner) {

@@ -16,8 +16,12 @@ uint32_t InitLibrary();
 // qbrkOnDestroy: waits (at most about 900 seconds) for running jobs, then deletes the job lock.
 uint32_t ShutDownLibrary(Env& env);
 
-// qbrkSynchronize: asks first when "SyncNotify" is on; 0 when the user declines.
+// qbrkSynchronize: asks first when "SyncNotify" is on (0 when the user declines), then runs
+// the synchronize dialog; after a clean run the host hears 32780 with 1. Otherwise 1.
 uint32_t Synchronize(Env& env, HWND owner);
+
+// qbrkChckStartUpSynchro: the start-up check. Always 0.
+uint32_t StartUpCheck(Env& env, HWND owner);
 
 // qbrkChangeLocalMirrorPath: the mirror folder dialog; 1 when it ended with OK.
 uint32_t ChangeMirrorFolder(Env& env, HWND owner);

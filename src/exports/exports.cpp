@@ -66,7 +66,8 @@ UINT WINAPI qbrkChangeLocalMirrorPath(UINT_PTR host_value, HWND owner) {
 }
 
 UINT WINAPI qbrkChckStartUpSynchro(UINT_PTR host_value, HWND owner) {
-  return NotYetRun(ExportId::kChckStartUpSynchro, host_value, owner);
+  return Guarded(ExportId::kChckStartUpSynchro, host_value, owner,
+                 [owner] { return qbrk::StartUpCheck(qbrk::Win32Env(), OwnerFor(owner)); });
 }
 
 UINT WINAPI qbrkDeleteAllSeverFile(UINT_PTR host_value, HWND owner) {

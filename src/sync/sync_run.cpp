@@ -49,6 +49,10 @@ ResultCode RunSynchronization(SyncContext& context, SyncTable* recorded, SyncTab
   if (!recorded->EnsureRoot()) return result::kGeneralFailure;
   if (context.IsCancelled()) return result::kCancelled;
   ResultCode r = ResolveChoices(&context, plan, statistics);
+  if (r != result::kSuccess && context.IsCancelled()) {
+    // The dialog went away during the questions: nothing was executed, nothing is written.
+    return r;
+  }
   if (r == result::kSuccess) {
     if (on_resolved) on_resolved(*statistics);
     r = ExecuteResolvedPlan(context, recorded, plan);

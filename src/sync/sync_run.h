@@ -27,7 +27,8 @@ ResultCode ExecuteResolvedPlan(SyncContext& context, SyncTable* recorded, SyncTa
 // A whole synchronization without a dialog of its own: BuildPlan (unless `plan` already holds
 // one, handed over with its record), ResolveChoices, `on_resolved` (may be empty), the two
 // walks, and the table file written after success and after failure alike, once planning has
-// succeeded. 0, 1 or the first failure's code.
+// succeeded (but not when the dialog went away before execution began). 0, 1 or the first
+// failure's code.
 ResultCode RunSynchronization(SyncContext& context, SyncTable* recorded, SyncTable* plan,
                               SyncStatistics* statistics,
                               const std::function<void(const SyncStatistics&)>& on_resolved = {});

@@ -37,11 +37,14 @@ TEST_F(HostCommandsTest, EveryGuardedExportTellsTheHostItIsBusyAndTheFourQueries
     const char* call;
     long long result;
     bool guarded;
+    // Posted after the busy messages (the host pumps them once the call has returned).
+    const char* posted = nullptr;
   };
   const std::vector<Expected> expected = {
       {"qbrkOnInit 0 @host", 0, true},
       {"qbrkChangeLocalMirrorPath 0 @host", 0, true},  // cancelled below
-      {"qbrkChckStartUpSynchro 0 @host", 0, true},
+      // The settings key exists and the empty default mirror folder has no record: in step.
+      {"qbrkChckStartUpSynchro 0 @host", 0, true, "posted 32780 1"},
       {"qbrkDeleteAllSeverFile 0 @host", 0, true},
       {"qbrkDeleteTableFile 0 @host", 0, true},
       {"qbrkOpenDiskSpaceDlg 0 @host", 0, true},
@@ -50,6 +53,7 @@ TEST_F(HostCommandsTest, EveryGuardedExportTellsTheHostItIsBusyAndTheFourQueries
       {"qbrkPublishFolder 0 @host", 0, true},
       // Bit 0 clear: nothing to transfer, yet the host hears both messages.
       {"qbrkSeparateFileTransfer @null 0 @host 0", 0, true},
+      // No credentials: the sign-in request is closed, so nothing is said of the state.
       {"qbrkSynchronize 0 @host", 1, true},
       {"qbrkUpdate", 0, true},  // no installation folder in the test prefix
       {"qbrkGetMirrorFolderPath @buf", 1, false},
@@ -79,7 +83,10 @@ TEST_F(HostCommandsTest, EveryGuardedExportTellsTheHostItIsBusyAndTheFourQueries
     const std::string call = expected[i].call;
     EXPECT_EQ(calls[i].name, call.substr(0, call.find(' ')));
     EXPECT_EQ(calls[i].result, expected[i].result);
-    EXPECT_EQ(calls[i].messages, expected[i].guarded ? kBusyThenIdle : std::vector<std::string>{});
+    std::vector<std::string> messages =
+        expected[i].guarded ? kBusyThenIdle : std::vector<std::string>{};
+    if (expected[i].posted) messages.push_back(expected[i].posted);
+    EXPECT_EQ(calls[i].messages, messages);
   }
 }
 
@@ -98,8 +105,9 @@ TEST_F(HostCommandsTest, SecondHostIsTurnedAwayAfterASecondWhileTheFirstHoldsADi
     SCOPED_TRACE(second[i].name);
     EXPECT_EQ(second[i].result, busy_results[i]);
     EXPECT_TRUE(second[i].messages.empty());
+    // The guard's one-second wait is the only timing the library promises; a loaded machine
+    // can only make it longer.
     EXPECT_GE(second[i].took_ms, 900);
-    EXPECT_LE(second[i].took_ms, 5000);
   }
 
   // The first command is still waiting for its answer, and ends as if alone.
@@ -114,7 +122,7 @@ TEST_F(HostCommandsTest, SecondHostIsTurnedAwayAfterASecondWhileTheFirstHoldsADi
 
 TEST_F(HostCommandsTest, WithoutAHostWindowNothingIsSentAndEverythingStillWorks) {
   const std::vector<CallReport> calls = RunHost(
-      "--no-window --timing call qbrkOnInit 0 0 call qbrkGetMirrorFolderPath @buf "
+      "--no-window call qbrkOnInit 0 0 call qbrkGetMirrorFolderPath @buf "
       "call qbrkSeparateFileTransfer @null 0 0 0 call qbrkOnDestroy 0 0");
   ASSERT_EQ(calls.size(), 4u);
   for (const CallReport& call : calls) {
@@ -122,8 +130,6 @@ TEST_F(HostCommandsTest, WithoutAHostWindowNothingIsSentAndEverythingStillWorks)
     EXPECT_EQ(call.result, call.name == "qbrkGetMirrorFolderPath" ? 1 : 0) << call.name;
   }
   EXPECT_EQ(calls[1].notes, std::vector<std::string>{"buffer \"" + test::DefaultMirror() + "\""});
-  // No job is running: the library goes at once rather than after a second's look.
-  EXPECT_LT(calls[3].took_ms, 900);
 }
 
 }  // namespace

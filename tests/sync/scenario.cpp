@@ -123,7 +123,7 @@ FindData SyncScenario::LocalFind(const std::string& path) {
   return data;
 }
 
-std::string SyncScenario::TablePath() const { return TableFilePath(kDataFolder); }
+std::string SyncScenario::TablePath() const { return TableFilePath(data_folder_); }
 
 std::unique_ptr<ServerSession> SyncScenario::OpenSession(DialogLink* link) {
   SessionOptions options;

@@ -100,6 +100,8 @@ class SyncScenario : public ::testing::TestWithParam<ServerKind> {
   // When set, the job has this dialog link instead of none.
   ScriptedDialogLink* link_ = nullptr;
   uint32_t upload_unit_ = 1000;
+  // The folder that holds the table file.
+  std::string data_folder_ = kDataFolder;
   SyncStatistics stats_;
   std::string error_name_;
   // Called before the server sees each request; the request is dropped when it returns a

@@ -20,6 +20,15 @@ bool SetValue(const char* name, DWORD type, const void* data, DWORD size) {
 void ClearUserState() {
   RegDeleteTreeA(HKEY_CURRENT_USER, kSettingsKeyPath);
   RemoveFolder(DefaultMirror());
+  // A save leaves the table read-only, hidden and system.
+  SetFileAttributesA(TableFile().c_str(), FILE_ATTRIBUTE_NORMAL);
+  DeleteFileA(TableFile().c_str());
+}
+
+std::string TableFile() {
+  char path[MAX_PATH] = {};
+  SHGetFolderPathA(nullptr, CSIDL_LOCAL_APPDATA, nullptr, SHGFP_TYPE_CURRENT, path);
+  return std::string(path) + "\\Halvorn\\Quellanbrook\\1.0\\.Qbrook.dir";
 }
 
 std::string Documents() {

@@ -1,6 +1,6 @@
-// The state of the test user that the library keeps between runs: the settings key and the
-// default mirror folder in My Documents. Tests that reach them through the real DLL start
-// and end with it cleared.
+// The state of the test user that the library keeps between runs: the settings key, the
+// default mirror folder in My Documents and the table file in the data folder. Tests that
+// reach them through the real DLL start and end with it cleared.
 #pragma once
 
 #include <windows.h>
@@ -11,8 +11,11 @@ namespace qbrk::test {
 
 inline constexpr char kSettingsKeyPath[] = "SOFTWARE\\Halvorn\\Quellanbrook\\1.0";
 
-// Deletes the settings key and the (empty) default mirror folder.
+// Deletes the settings key, the (empty) default mirror folder and the table file.
 void ClearUserState();
+
+// The table file the library keeps in the data folder.
+std::string TableFile();
 
 // My Documents of the test's profile, and the default mirror folder in it.
 std::string Documents();

@@ -1,0 +1,214 @@
+// qbrkChckStartUpSynchro and qbrkSynchronize through the DLL, as the tray program's hidden
+// window sees them: the busy messages around each command and the sync state after it. The
+// synchronization itself runs against the emulator program beside this test process.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "dll_fixture.h"
+#include "settings/credential_record.h"
+
+namespace qbrk::test {
+namespace {
+
+using Command = UINT(WINAPI*)(UINT_PTR, HWND);
+
+constexpr char kHostClass[] = "HvqbrkCls";
+constexpr char kUser[] = "taro@example.jp";
+constexpr char kPassword[] = "secret";
+
+// The tray program's hidden window: records every WM_COMMAND it receives. Sent messages
+// pass the call-window-procedure hook, posted ones the get-message hook, whoever pumps them
+// (the library's dialogs pump this thread's queue too).
+class HostWindow {
+ public:
+  HostWindow() {
+    WNDCLASSA window_class{};
+    window_class.lpfnWndProc = DefWindowProcA;
+    window_class.hInstance = GetModuleHandleA(nullptr);
+    window_class.lpszClassName = kHostClass;
+    RegisterClassA(&window_class);
+    window_ = CreateWindowExA(0, kHostClass, "", WS_OVERLAPPED, 0, 0, 10, 10, nullptr, nullptr,
+                              window_class.hInstance, nullptr);
+    current_ = this;
+    sent_hook_ = SetWindowsHookExA(WH_CALLWNDPROC, SentHook, nullptr, GetCurrentThreadId());
+    posted_hook_ = SetWindowsHookExA(WH_GETMESSAGE, PostedHook, nullptr, GetCurrentThreadId());
+  }
+  ~HostWindow() {
+    if (sent_hook_) UnhookWindowsHookEx(sent_hook_);
+    if (posted_hook_) UnhookWindowsHookEx(posted_hook_);
+    DestroyWindow(window_);
+    current_ = nullptr;
+  }
+  bool ready() const { return window_ && sent_hook_ && posted_hook_; }
+
+  // What arrived, as "sent 32779 1" or "posted 32780 1", once the queue is emptied.
+  std::vector<std::string> Received() {
+    MSG msg;
+    for (int i = 0; i < 1000 && PeekMessageA(&msg, nullptr, 0, 0, PM_REMOVE); ++i)
+      DispatchMessageA(&msg);
+    std::vector<std::string> out;
+    out.swap(received_);
+    return out;
+  }
+
+ private:
+  static void Record(HWND target, const char* how, UINT message, WPARAM wparam, LPARAM lparam) {
+    if (!current_ || target != current_->window_ || message != WM_COMMAND) return;
+    current_->received_.push_back(std::string(how) + " " + std::to_string(LOWORD(wparam)) + " " +
+                                  std::to_string(lparam));
+  }
+  static LRESULT CALLBACK SentHook(int code, WPARAM wparam, LPARAM lparam) {
+    if (code == HC_ACTION) {
+      const auto* call = reinterpret_cast<const CWPSTRUCT*>(lparam);
+      Record(call->hwnd, "sent", call->message, call->wParam, call->lParam);
+    }
+    return CallNextHookEx(nullptr, code, wparam, lparam);
+  }
+  static LRESULT CALLBACK PostedHook(int code, WPARAM wparam, LPARAM lparam) {
+    if (code == HC_ACTION && wparam == PM_REMOVE) {
+      const auto* msg = reinterpret_cast<const MSG*>(lparam);
+      Record(msg->hwnd, "posted", msg->message, msg->wParam, msg->lParam);
+    }
+    return CallNextHookEx(nullptr, code, wparam, lparam);
+  }
+
+  static inline HostWindow* current_ = nullptr;
+  HWND window_ = nullptr;
+  HHOOK sent_hook_ = nullptr;
+  HHOOK posted_hook_ = nullptr;
+  std::vector<std::string> received_;
+};
+
+void RemoveFile(const std::string& path) {
+  SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+  DeleteFileA(path.c_str());
+}
+
+void WriteFile(const std::string& path, const std::string& content) {
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
+}
+
+bool WriteCredentials(const std::string& user, const std::string& password) {
+  const std::vector<uint8_t> stored =
+      ScrambleCredentialRecord(BuildCredentialRecord(user, password, true), 7);
+  HKEY key = nullptr;
+  if (RegCreateKeyA(HKEY_CURRENT_USER, kSettingsKeyPath, &key) != ERROR_SUCCESS) return false;
+  const LONG r = RegSetValueExA(key, "Info", 0, REG_BINARY, stored.data(),
+                                static_cast<DWORD>(stored.size()));
+  RegCloseKey(key);
+  return r == ERROR_SUCCESS;
+}
+
+class SyncExportsTest : public DllTest {
+ protected:
+  void SetUp() override {
+    DllTest::SetUp();
+    if (HasFatalFailure()) return;
+    char temp[MAX_PATH] = {};
+    GetTempPathA(MAX_PATH, temp);
+    mirror_ = std::string(temp) + "qbrk_sync_exports_" + std::to_string(GetCurrentProcessId());
+    CreateDirectoryA(mirror_.c_str(), nullptr);
+    ASSERT_TRUE(host_.ready());
+    check_ = Export<Command>("qbrkChckStartUpSynchro");
+    synchronize_ = Export<Command>("qbrkSynchronize");
+  }
+  void TearDown() override {
+    RemoveFile(mirror_ + "\\a.txt");
+    RemoveFolder(mirror_);
+    DllTest::TearDown();
+  }
+
+  // Uses this test's own folder as the mirror folder.
+  void OwnMirror() { ASSERT_TRUE(SetSettingString("Mirror", mirror_)); }
+  // Connects to the emulator beside this process; false (skipped) without one.
+  bool ServerSettings() {
+    const char* port = std::getenv("QBRK_EMULATOR_PORT");
+    if (!port) return false;
+    EXPECT_TRUE(SetSettingString("Domain", "127.0.0.1"));
+    EXPECT_TRUE(SetSettingDword("Port", static_cast<DWORD>(std::atoi(port))));
+    EXPECT_TRUE(SetSettingDword("PutLog", 0));
+    EXPECT_TRUE(WriteCredentials(kUser, kPassword));
+    return true;
+  }
+  std::string DiskFile(const std::string& name) {
+    const char* data = std::getenv("QBRK_EMULATOR_DATA");
+    return data ? std::string(data) + "\\accounts\\" + kUser + "\\" + name : std::string();
+  }
+
+  HostWindow host_;
+  std::string mirror_;
+  Command check_ = nullptr;
+  Command synchronize_ = nullptr;
+};
+
+const std::vector<std::string> kBusy = {"sent 32779 1", "sent 32779 0"};
+
+std::vector<std::string> BusyThen(const std::string& posted) {
+  return {"sent 32779 1", "sent 32779 0", posted};
+}
+
+TEST_F(SyncExportsTest, StartUpCheckIsOffWithoutTheSettingsKey) {
+  EXPECT_EQ(check_(0, nullptr), 0u);
+  EXPECT_EQ(host_.Received(), kBusy);
+}
+
+TEST_F(SyncExportsTest, StartUpCheckTellsTheHostWhetherTheMirrorFolderIsInStep) {
+  OwnMirror();  // the key now exists; CheckBoot is absent, so the check runs
+  EXPECT_EQ(check_(0, nullptr), 0u);
+  EXPECT_EQ(host_.Received(), BusyThen("posted 32780 1"));
+
+  // A file the record does not know: the confirmation (answered no) and 32780 with 0, and
+  // CheckBoot is written back.
+  WriteFile(mirror_ + "\\a.txt", "a");
+  EXPECT_EQ(check_(0, nullptr), 0u);
+  EXPECT_EQ(host_.Received(), BusyThen("posted 32780 0"));
+  HKEY key = nullptr;
+  ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, kSettingsKeyPath, 0, KEY_READ, &key), 0);
+  DWORD value = 7;
+  DWORD size = sizeof value;
+  DWORD type = 0;
+  EXPECT_EQ(RegQueryValueExA(key, "CheckBoot", nullptr, &type, reinterpret_cast<BYTE*>(&value),
+                             &size),
+            0);
+  RegCloseKey(key);
+  EXPECT_EQ(type, static_cast<DWORD>(REG_DWORD));
+  EXPECT_EQ(value, 1u);
+
+  ASSERT_TRUE(SetSettingDword("CheckBoot", 0));
+  EXPECT_EQ(check_(0, nullptr), 0u);
+  EXPECT_EQ(host_.Received(), kBusy);
+}
+
+TEST_F(SyncExportsTest, ASynchronizationThatCannotSignInLeavesTheSyncStateAlone) {
+  OwnMirror();
+  ASSERT_TRUE(SetSettingDword("SyncNotify", 0));
+  WriteFile(mirror_ + "\\a.txt", "a");
+  // No credentials: the sign-in request is closed, the job ends, nothing is posted.
+  EXPECT_EQ(synchronize_(0, nullptr), 1u);
+  EXPECT_EQ(host_.Received(), kBusy);
+}
+
+TEST_F(SyncExportsTest, ACleanSynchronizationTellsTheHostTheFolderIsInStep) {
+  if (!ServerSettings()) GTEST_SKIP() << "no emulator beside this test";
+  OwnMirror();
+  ASSERT_TRUE(SetSettingDword("SyncNotify", 0));
+  WriteFile(mirror_ + "\\a.txt", "content");
+  EXPECT_EQ(synchronize_(0, nullptr), 1u);
+  EXPECT_EQ(host_.Received(), BusyThen("posted 32780 1"));
+  std::ifstream uploaded(DiskFile("a.txt"), std::ios::binary);
+  std::string content((std::istreambuf_iterator<char>(uploaded)), {});
+  EXPECT_EQ(content, "content");
+  // The record now holds the file: the start-up check finds the folder in step.
+  EXPECT_EQ(check_(0, nullptr), 0u);
+  EXPECT_EQ(host_.Received(), BusyThen("posted 32780 1"));
+  RemoveFile(DiskFile("a.txt"));
+}
+
+}  // namespace
+}  // namespace qbrk::test
