@@ -17,7 +17,9 @@ INT_PTR CALLBACK StartUpProc(HWND dialog, UINT message, WPARAM wparam, LPARAM lp
                           reinterpret_cast<WPARAM>(LoadIconA(nullptr, IDI_WARNING)), 0);
       CheckDlgButton(dialog, IDC_STARTUP_DONT_SHOW,
                      check_boot && *check_boot == 0 ? BST_CHECKED : BST_UNCHECKED);
-      return TRUE;
+      // The answer, not the box, takes the focus, so Enter answers yes.
+      SendMessageA(dialog, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(GetDlgItem(dialog, IDOK)), TRUE);
+      return FALSE;
     case WM_COMMAND:
       if (LOWORD(wparam) == IDOK || LOWORD(wparam) == IDCANCEL) {
         // Either answer keeps what the box now says about the next start.

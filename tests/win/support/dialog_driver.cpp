@@ -78,6 +78,12 @@ HWND FindExpectedDialog(const std::string& caption, const std::atomic<bool>& sho
     if (HWND found = FindOwnDialog(caption, nullptr)) return found;
     if (!caption.empty()) {
       if (HWND other = FindOwnDialog("", nullptr)) {
+        // A dialog may open a box of its own before it is first shown: that box's owner is
+        // the dialog looked for.
+        HWND owner = GetWindow(other, GW_OWNER);
+        if (owner && TextOf(owner) == caption) return owner;
+        // It became visible between the two looks.
+        if (TextOf(other) == caption) return other;
         ADD_FAILURE() << "expected a dialog titled \"" << caption << "\", but "
                       << DescribeDialog(other) << " opened";
         return nullptr;
