@@ -39,6 +39,7 @@ constexpr uint32_t kErrorEnd = WM_USER + 54;
 constexpr uint32_t kUploaded = WM_USER + 55;
 constexpr uint32_t kDownloaded = WM_USER + 56;
 constexpr uint32_t kStatus = WM_USER + 59;
+constexpr uint32_t kFolderMissing = WM_USER + 60;
 
 // An event; auto-reset ones hand over one step each.
 struct Event {
@@ -208,6 +209,29 @@ TEST_F(ProgressDialogTest, AnErrorEndShowsTheErrorWithTheJobTextAndFails) {
         Click(box, IDC_MESSAGE_BUTTON1);
       });
   EXPECT_EQ(failed, 1u);
+}
+
+TEST_F(ProgressDialogTest, AMissingFolderIsReportedAndTheBoxAnswerGoesBackToTheWorker) {
+  const auto worker = Worker([](Win32DialogLink& link, ProgressJobText&, Script& script) {
+    uint32_t answer = 77;
+    link.PostAndWait(kFolderMissing, reinterpret_cast<uintptr_t>("D:\\gone"),
+                     reinterpret_cast<intptr_t>(&answer));
+    script.answer = answer;
+    link.PostAndWait(kCompleted, 0, 0);
+  });
+  const uint32_t failed =
+      RunDialog([&] { return RunSyncProgressDialog(nullptr, worker) ? 1u : 0u; }, kSyncTitle,
+                [&](HWND dialog) {
+                  HWND box = test::WaitForDialog("Qbrook　エラーNo.96", dialog);
+                  ASSERT_NE(box, nullptr);
+                  EXPECT_EQ(TextOf(box, IDC_MESSAGE_TEXT).find("D:\\gone"), 0u);
+                  Click(box, IDC_MESSAGE_BUTTON1);
+                  ASSERT_TRUE(WaitForText(dialog, IDOK, "閉じる"));
+                  Click(dialog, IDOK);
+                });
+  EXPECT_EQ(failed, 0u);
+  ASSERT_TRUE(script_->ended.Wait());
+  EXPECT_EQ(script_->answer, static_cast<uint32_t>(IDOK));
 }
 
 TEST_F(ProgressDialogTest, AWorkerQuestionIsAnsweredByAClickInTheChoiceDialog) {
