@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "dialogs/choice_name.h"
 #include "dialogs/progress_status.h"
 
 namespace qbrk {
@@ -172,17 +171,6 @@ TEST(ProgressStatusTest, EachDialogHasItsOwnCollectingAndTransferringLines) {
   EXPECT_EQ(StatusStringId(ProgressKind::kTransfer, 2), 167u);
   EXPECT_EQ(StatusStringId(ProgressKind::kTransfer, 3), 173u);
   EXPECT_EQ(StatusStringId(ProgressKind::kTransfer, 7), 143u);
-}
-
-TEST(ChoiceNameTest, CutsToFortyBytesAndShowsAmpersandsLiterally) {
-  EXPECT_EQ(ChoiceDisplayName(std::string(40, 'a')), std::string(40, 'a'));
-  EXPECT_EQ(ChoiceDisplayName(std::string(41, 'a')), std::string(40, 'a') + "...");
-  EXPECT_EQ(ChoiceDisplayName("R&D.txt"), "R&&D.txt");
-  // The cut comes first, so a doubled ampersand never pushes the name past its budget.
-  EXPECT_EQ(ChoiceDisplayName(std::string(39, 'a') + "&&b"), std::string(39, 'a') + "&&...");
-  // A double-byte character is never split.
-  EXPECT_EQ(ChoiceDisplayName(std::string(39, 'a') + "\x83\x5C" + "x"),
-            std::string(39, 'a') + "...");
 }
 
 }  // namespace
