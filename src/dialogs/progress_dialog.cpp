@@ -136,15 +136,16 @@ void ErrorEnd(ProgressRun& run, HWND dialog, ResultCode code) {
   run.endpoint.Reply();
 }
 
-// Questions that reach a dialog already going away are answered as a cancel would answer them:
-// the job has been stopped, so there is no one to ask.
+// Runs the dialog a worker's request asks for and writes its answer. Requests that reach a
+// dialog already going away are answered as a cancel would answer them: the job has been
+// stopped, so there is no one to ask.
 void AnswerQuestion(ProgressRun& run, HWND dialog, UINT message, WPARAM wparam, LPARAM lparam) {
   auto* answer = reinterpret_cast<uint32_t*>(lparam);
   switch (message) {
     case job_message::kFolderMissing:
       if (run.synchronize() && !run.draining && answer)
         *answer = ReportError(Win32Env(), result::kMirrorOrCredentialsMissing,
-                              reinterpret_cast<const char*>(wparam), MB_OK, dialog);
+                              wparam ? reinterpret_cast<const char*>(wparam) : "", MB_OK, dialog);
       break;
     case job_message::kOptions:
     case job_message::kSignIn:
