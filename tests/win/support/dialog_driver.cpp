@@ -57,14 +57,69 @@ HWND WaitForDialog(const std::string& caption, HWND other_than) {
   return nullptr;
 }
 
+namespace {
+
+// Once a run has gone wrong, nothing may be left waiting on a person: every dialog of this
+// process that opens is ended until `show` has returned (a bounded time).
+constexpr int kCleanUpTimeoutMs = 30000;
+
+void EndEveryDialogUntil(const std::atomic<bool>& shown) {
+  for (int waited = 0; waited < kCleanUpTimeoutMs && !shown; waited += kPollMs) {
+    if (HWND dialog = FindOwnDialog("", nullptr)) ForceEndDialog(dialog);
+    Sleep(kPollMs);
+  }
+}
+
+// Finds the dialog titled `caption`. Fails at once, naming what it saw, when a dialog with
+// another title opens instead or when `show` returns without one; after five seconds when
+// nothing opens at all.
+HWND FindExpectedDialog(const std::string& caption, const std::atomic<bool>& shown) {
+  for (int waited = 0; waited < kFindTimeoutMs; waited += kPollMs) {
+    if (HWND found = FindOwnDialog(caption, nullptr)) return found;
+    if (!caption.empty()) {
+      if (HWND other = FindOwnDialog("", nullptr)) {
+        // A dialog may open a box of its own before it is first shown: that box's owner is
+        // the dialog looked for.
+        HWND owner = GetWindow(other, GW_OWNER);
+        if (owner && TextOf(owner) == caption) return owner;
+        // It became visible between the two looks.
+        if (TextOf(other) == caption) return other;
+        ADD_FAILURE() << "expected a dialog titled \"" << caption << "\", but "
+                      << DescribeDialog(other) << " opened";
+        return nullptr;
+      }
+    }
+    if (shown) {
+      ADD_FAILURE() << "no dialog titled \"" << caption << "\" opened before the call returned";
+      return nullptr;
+    }
+    Sleep(kPollMs);
+  }
+  ADD_FAILURE() << "no dialog titled \"" << caption << "\" opened within " << kFindTimeoutMs
+                << " ms";
+  return nullptr;
+}
+
+}  // namespace
+
+std::string DescribeDialog(HWND dialog) {
+  std::string description = "\"" + TextOf(dialog) + "\" showing";
+  for (HWND child = GetWindow(dialog, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
+    const std::string text = TextOf(child);
+    if (!text.empty()) description += " [" + text + "]";
+  }
+  return description;
+}
+
 uint32_t RunDialog(const std::function<uint32_t()>& show, const std::string& caption,
                    const std::function<void(HWND)>& drive) {
   HHOOK hook = SetWindowsHookExA(WH_GETMESSAGE, EndRequestHook, nullptr, GetCurrentThreadId());
   EXPECT_NE(hook, nullptr);
+  std::atomic<bool> shown{false};
   std::thread driver([&] {
-    HWND dialog = WaitForDialog(caption);
+    HWND dialog = FindExpectedDialog(caption, shown);
     if (!dialog) {
-      ADD_FAILURE() << "no dialog titled \"" << caption << "\" appeared";
+      EndEveryDialogUntil(shown);
       return;
     }
     drive(dialog);
@@ -74,6 +129,7 @@ uint32_t RunDialog(const std::function<uint32_t()>& show, const std::string& cap
     }
   });
   const uint32_t result = show();
+  shown = true;
   driver.join();
   if (hook) UnhookWindowsHookEx(hook);
   return result;

@@ -12,6 +12,8 @@ namespace qbrk::test {
 // Runs `show` (which opens a modal dialog and returns when it ends) on this thread and
 // `drive` on a second thread with the visible top-level dialog titled `caption`. A dialog
 // that `drive` leaves open is a failure and is ended, so a broken dialog cannot hang the run.
+// So is a dialog with another title that opens first, and `show` returning without the
+// dialog: the failure names what opened, and every dialog that opens after it is ended.
 // An empty caption stands for any dialog of this process (the system's own dialogs have
 // captions that follow the system's language). Returns what `show` returned.
 uint32_t RunDialog(const std::function<uint32_t()>& show, const std::string& caption,
@@ -47,6 +49,9 @@ void PressEscape(HWND dialog);
 // (Wine applies a browser's initial selection only now and then; an OK without one answers
 // with the desktop.)
 bool SelectInBrowser(HWND browser, const std::string& path);
+
+// A dialog's title and the texts of its controls, for failure messages.
+std::string DescribeDialog(HWND dialog);
 
 // The text of a control, or of the window itself when id is 0, as ANSI (code page 932) text.
 std::string TextOf(HWND dialog, int id = 0);
