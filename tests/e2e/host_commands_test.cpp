@@ -14,6 +14,7 @@ namespace {
 constexpr int kHostTimeoutMs = 60000;
 constexpr char kConfirmTitle[] = "Qbrookツール－同期";
 constexpr char kMirrorTitle[] = "Qbrookツール－同期対象フォルダ変更";
+constexpr char kOptionsTitle[] = "Qbrookツール－オプション";
 constexpr char kBoxCaption[] = "E2E";
 const std::vector<std::string> kBusyThenIdle = {"sent 32779 1", "sent 32779 0"};
 
@@ -45,7 +46,7 @@ TEST_F(HostCommandsTest, EveryGuardedExportTellsTheHostItIsBusyAndTheFourQueries
       {"qbrkDeleteAllSeverFile 0 @host", 0, true},
       {"qbrkDeleteTableFile 0 @host", 0, true},
       {"qbrkOpenDiskSpaceDlg 0 @host", 0, true},
-      {"qbrkOpenOptionDlg 0 @host", 0, true},
+      {"qbrkOpenOptionDlg 0 @host", IDCANCEL, true},  // cancelled below
       {"qbrkOpenSyncListDlg 0 @host", 0, true},
       {"qbrkPublishFolder 0 @host", 0, true},
       // Bit 0 clear: nothing to transfer, yet the host hears both messages.
@@ -67,6 +68,9 @@ TEST_F(HostCommandsTest, EveryGuardedExportTellsTheHostItIsBusyAndTheFourQueries
   HWND mirror = host.WaitForDialog(kMirrorTitle);
   ASSERT_NE(mirror, nullptr) << host.output();
   PressButton(mirror, IDCANCEL);
+  HWND options = host.WaitForDialog(kOptionsTitle);
+  ASSERT_NE(options, nullptr) << host.output();
+  PressButton(options, IDCANCEL);
   HWND box = host.WaitForDialog(kBoxCaption);
   ASSERT_NE(box, nullptr) << host.output();
   PressButton(box, 6059);  // the box's first button, "確認(&C)"
