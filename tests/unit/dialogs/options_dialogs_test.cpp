@@ -40,17 +40,6 @@ TEST(InitialFocusTest, ForgottenPasswordFirstThenMissingAddress) {
   EXPECT_EQ(ChooseInitialFocus("taro@example.jp", 7), InitialFocus::kDialogDefault);
 }
 
-TEST(SignInTextsTest, ProxyFormAsksForAUserNameUnderItsOwnTitle) {
-  const SignInTexts service = SignInTextsFor(false);
-  const SignInTexts proxy = SignInTextsFor(true);
-  EXPECT_EQ(std::string(service.title), "Qbrookツール－認証");
-  EXPECT_EQ(std::string(service.prompt), "メールアドレスとパスワードを入力してください｡");
-  EXPECT_EQ(std::string(service.name_label), "メールアドレス(&A)");
-  EXPECT_EQ(std::string(proxy.title), "Qbrookツール－プロキシ認証");
-  EXPECT_EQ(std::string(proxy.prompt), "ユーザー名とパスワードを入力してください｡");
-  EXPECT_EQ(std::string(proxy.name_label), "ユーザー名(&A)");
-}
-
 TEST(AnimationNoticeTest, PostsOnWithOneAndOffWithZero) {
   RecordingHostWindow host;
   NotifyAnimation(host, 1);

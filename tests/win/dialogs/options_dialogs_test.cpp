@@ -267,8 +267,8 @@ TEST(UploadUnitDialogTest, ListsFiveSizesAndOpensOnTheGivenUnit) {
     uint32_t unit;
     int selected;
   };
-  for (const Case& c : {Case{0x20000, 0}, Case{0x40000, 1}, Case{0x80000, 2}, Case{0x100000, 3},
-                        Case{0, 4}, Case{300000, 2}, Case{1, 2}}) {
+  // The whole mapping is tested natively; here, that the dialog applies it.
+  for (const Case& c : {Case{0x20000, 0}, Case{0x100000, 3}, Case{0, 4}, Case{300000, 2}}) {
     SCOPED_TRACE(c.unit);
     uint32_t unit = c.unit;
     const uint32_t ended =
