@@ -80,8 +80,7 @@ bool SameOptions(const OptionsRecord& a, const OptionsRecord& b) {
 // Shows the options dialog on `record`; the host hears the animation notice.
 uint32_t ShowOptions(OptionsRecord* record, RecordingHostWindow* host,
                      const std::function<void(HWND)>& drive) {
-  return RunDialog([&] { return ShowOptionsDialog(nullptr, record, *host); }, kOptionsTitle,
-                   drive);
+  return RunDialog([&] { return ShowOptionsDialog(nullptr, record, *host); }, kOptionsTitle, drive);
 }
 
 TEST(OptionsDialogTest, ShowsTheRecordAndWritesEveryControlBackOnOk) {
@@ -104,7 +103,8 @@ TEST(OptionsDialogTest, ShowsTheRecordAndWritesEveryControlBackOnOk) {
               "Windows起動時にこのツールを起動する(&W)");
     EXPECT_EQ(TextOf(dialog, IDC_OPTIONS_USE_SSL),
               "SSLを使用してデータを暗号化する（ONにすると速度が下がります）(&S)");
-    EXPECT_EQ(TextOf(dialog, IDC_OPTIONS_PUT_UNIT_NOTE), "大きなファイルのアップロードに失敗するとき");
+    EXPECT_EQ(TextOf(dialog, IDC_OPTIONS_PUT_UNIT_NOTE),
+              "大きなファイルのアップロードに失敗するとき");
     EXPECT_EQ(TextOf(dialog, IDC_OPTIONS_PUT_UNIT), "設定(&U)...");
     EXPECT_EQ(TextOf(dialog, IDOK), "OK");
     EXPECT_EQ(TextOf(dialog, IDCANCEL), "キャンセル");
@@ -113,14 +113,14 @@ TEST(OptionsDialogTest, ShowsTheRecordAndWritesEveryControlBackOnOk) {
 
     EXPECT_EQ(TextOf(dialog, IDC_OPTIONS_MAIL), "taro@example.jp");
     EXPECT_EQ(TextOf(dialog, IDC_OPTIONS_PASSWORD), "secret");
-    EXPECT_EQ(std::vector<bool>({Checked(dialog, IDC_OPTIONS_REMEMBER),
-                                 Checked(dialog, IDC_OPTIONS_CHECK_BOOT),
-                                 Checked(dialog, IDC_OPTIONS_SYNC_NOTIFY),
-                                 Checked(dialog, IDC_OPTIONS_FINISH_CLOSE),
-                                 Checked(dialog, IDC_OPTIONS_ANIMATION),
-                                 Checked(dialog, IDC_OPTIONS_START_WITH_WINDOWS),
-                                 Checked(dialog, IDC_OPTIONS_USE_SSL)}),
-              std::vector<bool>({true, true, false, true, false, true, false}));
+    EXPECT_EQ(
+        std::vector<bool>(
+            {Checked(dialog, IDC_OPTIONS_REMEMBER), Checked(dialog, IDC_OPTIONS_CHECK_BOOT),
+             Checked(dialog, IDC_OPTIONS_SYNC_NOTIFY), Checked(dialog, IDC_OPTIONS_FINISH_CLOSE),
+             Checked(dialog, IDC_OPTIONS_ANIMATION),
+             Checked(dialog, IDC_OPTIONS_START_WITH_WINDOWS),
+             Checked(dialog, IDC_OPTIONS_USE_SSL)}),
+        std::vector<bool>({true, true, false, true, false, true, false}));
     // Address and remembered password known: the dialog manager's first stop, the address.
     EXPECT_EQ(FocusOf(dialog), GetDlgItem(dialog, IDC_OPTIONS_MAIL));
     EXPECT_TRUE(test::SaveScreenshot(dialog, "dialog_6006"));
@@ -128,8 +128,8 @@ TEST(OptionsDialogTest, ShowsTheRecordAndWritesEveryControlBackOnOk) {
     TypeInto(dialog, IDC_OPTIONS_MAIL, "hanako@example.jp");
     TypeInto(dialog, IDC_OPTIONS_PASSWORD, "n3w-pass");
     for (int id : {IDC_OPTIONS_REMEMBER, IDC_OPTIONS_CHECK_BOOT, IDC_OPTIONS_SYNC_NOTIFY,
-                   IDC_OPTIONS_FINISH_CLOSE, IDC_OPTIONS_ANIMATION,
-                   IDC_OPTIONS_START_WITH_WINDOWS, IDC_OPTIONS_USE_SSL})
+                   IDC_OPTIONS_FINISH_CLOSE, IDC_OPTIONS_ANIMATION, IDC_OPTIONS_START_WITH_WINDOWS,
+                   IDC_OPTIONS_USE_SSL})
       Click(dialog, id);
     Click(dialog, IDOK);
   });
@@ -271,25 +271,25 @@ TEST(UploadUnitDialogTest, ListsFiveSizesAndOpensOnTheGivenUnit) {
   for (const Case& c : {Case{0x20000, 0}, Case{0x100000, 3}, Case{0, 4}, Case{300000, 2}}) {
     SCOPED_TRACE(c.unit);
     uint32_t unit = c.unit;
-    const uint32_t ended =
-        RunDialog([&] { return RunUploadUnitDialog(nullptr, &unit) ? 1u : 0u; }, kUnitTitle,
-                  [&c](HWND dialog) {
-                    EXPECT_EQ(Selection(dialog), c.selected);
-                    if (c.unit == 300000) {
-                      EXPECT_EQ(ListTexts(dialog), std::vector<std::string>(
-                                                       {"128KB", "256KB", "512KB", "1MB", "制限なし"}));
-                      EXPECT_EQ(TextOf(dialog, IDC_PUT_UNIT_LABEL), "データ分割単位(&U)");
-                      EXPECT_EQ(TextOf(dialog, IDC_PUT_UNIT_EXPLANATION),
-                                "プロキシサーバなどの設定で、1回にアップロードできる\n"
-                                "データサイズに上限が設定されていることがあります。\n"
-                                "このような場合、データを分割してアップロードする必要が\n"
-                                "あります。データ分割単位を設定してください。");
-                      EXPECT_EQ(TextOf(dialog, IDOK), "OK");
-                      EXPECT_EQ(TextOf(dialog, IDCANCEL), "キャンセル");
-                      EXPECT_TRUE(test::SaveScreenshot(dialog, "dialog_6035"));
-                    }
-                    PressEscape(dialog);
-                  });
+    const uint32_t ended = RunDialog(
+        [&] { return RunUploadUnitDialog(nullptr, &unit) ? 1u : 0u; }, kUnitTitle,
+        [&c](HWND dialog) {
+          EXPECT_EQ(Selection(dialog), c.selected);
+          if (c.unit == 300000) {
+            EXPECT_EQ(ListTexts(dialog),
+                      std::vector<std::string>({"128KB", "256KB", "512KB", "1MB", "制限なし"}));
+            EXPECT_EQ(TextOf(dialog, IDC_PUT_UNIT_LABEL), "データ分割単位(&U)");
+            EXPECT_EQ(TextOf(dialog, IDC_PUT_UNIT_EXPLANATION),
+                      "プロキシサーバなどの設定で、1回にアップロードできる\n"
+                      "データサイズに上限が設定されていることがあります。\n"
+                      "このような場合、データを分割してアップロードする必要が\n"
+                      "あります。データ分割単位を設定してください。");
+            EXPECT_EQ(TextOf(dialog, IDOK), "OK");
+            EXPECT_EQ(TextOf(dialog, IDCANCEL), "キャンセル");
+            EXPECT_TRUE(test::SaveScreenshot(dialog, "dialog_6035"));
+          }
+          PressEscape(dialog);
+        });
     EXPECT_EQ(ended, 0u);
     EXPECT_EQ(unit, c.unit);
   }

@@ -1,9 +1,9 @@
 // The options command on the real file system and shell: the start-up shortcut is a real
 // shell link, made in a Startup folder of the test's own so nothing else sees it. The
 // settings go to the in-memory registry (the real one is the DLL tests' business).
-#include <windows.h>
 #include <objbase.h>
 #include <shlobj.h>
+#include <windows.h>
 
 #include <gtest/gtest.h>
 

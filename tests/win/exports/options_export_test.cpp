@@ -1,7 +1,7 @@
 // qbrkOpenOptionDlg through the built DLL: the options it shows come from the user's real
 // settings key and Startup folder, and an OK writes them back there.
-#include <windows.h>
 #include <shlobj.h>
+#include <windows.h>
 
 #include <gtest/gtest.h>
 
@@ -70,8 +70,8 @@ TEST_F(OptionsExportTest, OpensOnTheStoredSettingsAndStoresThemOnOk) {
   ASSERT_TRUE(SetSettingDword("PutUnit", 0x40000));
   ASSERT_TRUE(SetSettingDword("UseSSL", 1));
   // The shortcut's existence is the start-with-Windows option, whatever the file holds.
-  HANDLE link = CreateFileA(StartupLink().c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0,
-                            nullptr);
+  HANDLE link =
+      CreateFileA(StartupLink().c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
   ASSERT_NE(link, INVALID_HANDLE_VALUE);
   CloseHandle(link);
 
@@ -79,8 +79,11 @@ TEST_F(OptionsExportTest, OpensOnTheStoredSettingsAndStoresThemOnOk) {
                             nullptr, nullptr);
   HWND owner_seen = nullptr;
   const UINT ended = RunDialog(
-      [&] { return Export<Command>("qbrkOpenOptionDlg")(reinterpret_cast<UINT_PTR>(host), nullptr); },
-      kOptionsTitle, [&owner_seen](HWND dialog) {
+      [&] {
+        return Export<Command>("qbrkOpenOptionDlg")(reinterpret_cast<UINT_PTR>(host), nullptr);
+      },
+      kOptionsTitle,
+      [&owner_seen](HWND dialog) {
         owner_seen = GetWindow(dialog, GW_OWNER);
         EXPECT_EQ(IsDlgButtonChecked(dialog, IDC_OPTIONS_SYNC_NOTIFY), BST_UNCHECKED);
         EXPECT_EQ(IsDlgButtonChecked(dialog, IDC_OPTIONS_USE_SSL), BST_CHECKED);
@@ -122,14 +125,14 @@ TEST_F(OptionsExportTest, OpensOnTheStoredSettingsAndStoresThemOnOk) {
 }
 
 TEST_F(OptionsExportTest, CancelStoresNothingAndOnlyTheTrayToolMakesTheShortcut) {
-  EXPECT_EQ(RunDialog([&] { return Export<Command>("qbrkOpenOptionDlg")(0, nullptr); },
-                      kOptionsTitle,
-                      [](HWND dialog) {
-                        TypeInto(dialog, IDC_OPTIONS_MAIL, "taro@example.jp");
-                        Click(dialog, IDC_OPTIONS_SYNC_NOTIFY);
-                        Click(dialog, IDCANCEL);
-                      }),
-            static_cast<UINT>(IDCANCEL));
+  EXPECT_EQ(
+      RunDialog([&] { return Export<Command>("qbrkOpenOptionDlg")(0, nullptr); }, kOptionsTitle,
+                [](HWND dialog) {
+                  TypeInto(dialog, IDC_OPTIONS_MAIL, "taro@example.jp");
+                  Click(dialog, IDC_OPTIONS_SYNC_NOTIFY);
+                  Click(dialog, IDCANCEL);
+                }),
+      static_cast<UINT>(IDCANCEL));
   DWORD type = 0;
   std::string data;
   EXPECT_FALSE(ReadSetting("Info", &type, &data));
@@ -137,15 +140,15 @@ TEST_F(OptionsExportTest, CancelStoresNothingAndOnlyTheTrayToolMakesTheShortcut)
   EXPECT_EQ(SettingDword("CheckBoot"), -1);
 
   // This test program is not the tray tool: asking to start with Windows makes no shortcut.
-  EXPECT_EQ(RunDialog([&] { return Export<Command>("qbrkOpenOptionDlg")(0, nullptr); },
-                      kOptionsTitle,
-                      [](HWND dialog) {
-                        EXPECT_EQ(IsDlgButtonChecked(dialog, IDC_OPTIONS_START_WITH_WINDOWS),
-                                  BST_UNCHECKED);
-                        Click(dialog, IDC_OPTIONS_START_WITH_WINDOWS);
-                        Click(dialog, IDOK);
-                      }),
-            static_cast<UINT>(IDOK));
+  EXPECT_EQ(
+      RunDialog([&] { return Export<Command>("qbrkOpenOptionDlg")(0, nullptr); }, kOptionsTitle,
+                [](HWND dialog) {
+                  EXPECT_EQ(IsDlgButtonChecked(dialog, IDC_OPTIONS_START_WITH_WINDOWS),
+                            BST_UNCHECKED);
+                  Click(dialog, IDC_OPTIONS_START_WITH_WINDOWS);
+                  Click(dialog, IDOK);
+                }),
+      static_cast<UINT>(IDOK));
   EXPECT_EQ(GetFileAttributesA(StartupLink().c_str()), INVALID_FILE_ATTRIBUTES);
   EXPECT_EQ(SettingDword("SyncNotify"), 1);
 }
