@@ -12,6 +12,9 @@
 #define IDI_QBRK_SYNC_FRAME2 6040
 #define IDI_QBRK_SYNC_FRAME3 6041
 
+// The options, sign-in and upload unit dialogs.
+#include "options_dialog_ids.h"
+
 // Confirmation before a synchronization.
 #define IDD_SYNC_CONFIRM 6004
 #define IDC_SYNC_CONFIRM_ICON 6005

@@ -4,6 +4,7 @@
 
 #include "dialogs/message_box.h"
 #include "dialogs/mirror_folder_dialog.h"
+#include "dialogs/options/options_dialog.h"
 #include "dialogs/report_error.h"
 #include "dialogs/startup_confirmation.h"
 #include "dialogs/sync_confirmation.h"
@@ -58,6 +59,10 @@ uint32_t MirrorFolderPath(Env& env, char* buffer, bool repair, HWND owner) {
     return RunMirrorFolderDialog(env, owner, MirrorDialogMode::kRepair) == 1;
   };
   return MirrorFolderPathIntoBuffer(env, buffer, repair, ask_user);
+}
+
+uint32_t OpenOptionsCommand(Env& env, HWND owner) {
+  return OpenOptions(env, owner);
 }
 
 uint32_t TransferFiles(QbrkTransferItem**, uint32_t flags, HWND) {

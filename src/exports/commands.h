@@ -31,6 +31,10 @@ uint32_t ChangeMirrorFolder(Env& env, HWND owner);
 // choose another, both owned by `owner`.
 uint32_t MirrorFolderPath(Env& env, char* buffer, bool repair, HWND owner);
 
+// qbrkOpenOptionDlg: the options dialog on the stored options, stored again on OK. IDOK or
+// IDCANCEL as the dialog ended; 0 when it could not be shown.
+uint32_t OpenOptionsCommand(Env& env, HWND owner);
+
 // qbrkSeparateFileTransfer: nothing is transferred unless bit 0 of `flags` asks for it.
 uint32_t TransferFiles(QbrkTransferItem** items, uint32_t flags, HWND owner);
 

@@ -37,6 +37,13 @@ HWND OwnerFor(HWND given) {
   return reinterpret_cast<HWND>(qbrk::KeptArguments().OwnerFor(reinterpret_cast<uintptr_t>(given)));
 }
 
+// The options dialog belongs to the window the host passes as its value; a value that names
+// no window leaves it to the owner every other command uses.
+HWND OptionsOwner(UINT_PTR host_value, HWND owner) {
+  HWND host = reinterpret_cast<HWND>(host_value);
+  return host_value != 0 && IsWindow(host) ? host : OwnerFor(owner);
+}
+
 // Commands whose dialogs are not in the library yet run the guard and report that nothing ran.
 UINT NotYetRun(ExportId id, UINT_PTR host_value, HWND owner) noexcept {
   return Guarded(id, host_value, owner, [] { return 0u; });
@@ -103,7 +110,9 @@ UINT WINAPI qbrkOpenDiskSpaceDlg(UINT_PTR host_value, HWND owner) {
 }
 
 UINT WINAPI qbrkOpenOptionDlg(UINT_PTR host_value, HWND owner) {
-  return NotYetRun(ExportId::kOpenOptionDlg, host_value, owner);
+  return Guarded(ExportId::kOpenOptionDlg, host_value, owner, [host_value, owner] {
+    return qbrk::OpenOptionsCommand(qbrk::Win32Env(), OptionsOwner(host_value, owner));
+  });
 }
 
 UINT WINAPI qbrkOpenSyncListDlg(UINT_PTR host_value, HWND owner) {

@@ -13,7 +13,7 @@
 #include "protocol/service.h"
 #include "protocol/sign_in_record.h"
 #include "protocol/worker_messages.h"
-#include "settings/options.h"
+#include "shell/options_store.h"
 
 namespace qbrk {
 

@@ -1,15 +1,13 @@
-// The options dialog's record, loaded from and stored to the settings. The dialog itself
-// only edits the record; the registry and the start-up shortcut are touched here.
+// The options dialog's record: everything the options dialog edits, in the order of its
+// controls. Loading and storing it (start-with-Windows is the start-up shortcut, not a value
+// of the settings key) is shell/options_store.h.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
-#include "platform/env.h"
-
 namespace qbrk {
 
-// Fields in the order of the dialog's controls.
 struct OptionsRecord {
   std::string mail_address;
   std::string password;
@@ -22,12 +20,5 @@ struct OptionsRecord {
   uint32_t put_unit = 524288;       // upload unit in bytes ("PutUnit")
   uint32_t use_ssl = 0;             // ("UseSSL")
 };
-
-// Fills `record` from "Info", the DWORD values and the start-up shortcut.
-void LoadOptions(Env& env, OptionsRecord* record);
-
-// Writes "Info", then SyncNotify, CheckBoot, FinishClose, PutUnit and UseSSL, then creates
-// or deletes the start-up shortcut. Failures are silent; Animation is not written.
-void StoreOptions(Env& env, const OptionsRecord& record);
 
 }  // namespace qbrk

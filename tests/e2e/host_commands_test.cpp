@@ -14,6 +14,8 @@ namespace {
 constexpr int kHostTimeoutMs = 60000;
 constexpr char kConfirmTitle[] = "Qbrookツール－同期";
 constexpr char kMirrorTitle[] = "Qbrookツール－同期対象フォルダ変更";
+constexpr char kOptionsTitle[] = "Qbrookツール－オプション";
+constexpr char kSignInTitle[] = "Qbrookツール－認証";
 constexpr char kBoxCaption[] = "E2E";
 const std::vector<std::string> kBusyThenIdle = {"sent 32779 1", "sent 32779 0"};
 
@@ -48,12 +50,13 @@ TEST_F(HostCommandsTest, EveryGuardedExportTellsTheHostItIsBusyAndTheFourQueries
       {"qbrkDeleteAllSeverFile 0 @host", 0, true},
       {"qbrkDeleteTableFile 0 @host", 0, true},
       {"qbrkOpenDiskSpaceDlg 0 @host", 0, true},
-      {"qbrkOpenOptionDlg 0 @host", 0, true},
+      {"qbrkOpenOptionDlg 0 @host", IDCANCEL, true},  // cancelled below
       {"qbrkOpenSyncListDlg 0 @host", 0, true},
       {"qbrkPublishFolder 0 @host", 0, true},
       // Bit 0 clear: nothing to transfer, yet the host hears both messages.
       {"qbrkSeparateFileTransfer @null 0 @host 0", 0, true},
-      // No credentials: the sign-in request is closed, so nothing is said of the state.
+      // No credentials: the sign-in dialog is cancelled below, so nothing is said of the
+      // state.
       {"qbrkSynchronize 0 @host", 1, true},
       {"qbrkUpdate", 0, true},  // no installation folder in the test prefix
       {"qbrkGetMirrorFolderPath @buf", 1, false},
@@ -71,6 +74,12 @@ TEST_F(HostCommandsTest, EveryGuardedExportTellsTheHostItIsBusyAndTheFourQueries
   HWND mirror = host.WaitForDialog(kMirrorTitle);
   ASSERT_NE(mirror, nullptr) << host.output();
   PressButton(mirror, IDCANCEL);
+  HWND options = host.WaitForDialog(kOptionsTitle);
+  ASSERT_NE(options, nullptr) << host.output();
+  PressButton(options, IDCANCEL);
+  HWND sign_in = host.WaitForDialog(kSignInTitle);
+  ASSERT_NE(sign_in, nullptr) << host.output();
+  PressButton(sign_in, IDCANCEL);
   HWND box = host.WaitForDialog(kBoxCaption);
   ASSERT_NE(box, nullptr) << host.output();
   PressButton(box, 6059);  // the box's first button, "確認(&C)"
@@ -113,6 +122,10 @@ TEST_F(HostCommandsTest, SecondHostIsTurnedAwayAfterASecondWhileTheFirstHoldsADi
   // The first command is still waiting for its answer, and ends as if alone.
   EXPECT_TRUE(IsWindow(confirm));
   PressButton(confirm, IDOK);
+  // Without credentials the synchronization asks for them; closing that ends it.
+  HWND sign_in = first.WaitForDialog(kSignInTitle);
+  ASSERT_NE(sign_in, nullptr) << first.output();
+  PressButton(sign_in, IDCANCEL);
   ASSERT_TRUE(first.Wait(kHostTimeoutMs)) << first.output();
   const std::vector<CallReport> calls = ParseHostOutput(first.output());
   ASSERT_EQ(calls.size(), 1u) << first.output();

@@ -11,7 +11,9 @@
 #include <vector>
 
 #include "dll_fixture.h"
+#include "resource_ids.h"
 #include "settings/credential_record.h"
+#include "support/dialog_driver.h"
 
 namespace qbrk::test {
 namespace {
@@ -21,6 +23,9 @@ using Command = UINT(WINAPI*)(UINT_PTR, HWND);
 constexpr char kHostClass[] = "HvqbrkCls";
 constexpr char kUser[] = "taro@example.jp";
 constexpr char kPassword[] = "secret";
+constexpr char kProgressTitle[] = "Qbrookツール－同期";
+constexpr char kStartUpTitle[] = "Qbrookツール－起動時チェック";
+constexpr char kSignInTitle[] = "Qbrookツール－認証";
 
 // The tray program's hidden window: records every WM_COMMAND it receives. Sent messages
 // pass the call-window-procedure hook, posted ones the get-message hook, whoever pumps them
@@ -166,7 +171,9 @@ TEST_F(SyncExportsTest, StartUpCheckTellsTheHostWhetherTheMirrorFolderIsInStep) 
   // A file the record does not know: the confirmation (answered no) and 32780 with 0, and
   // CheckBoot is written back.
   WriteFile(mirror_ + "\\a.txt", "a");
-  EXPECT_EQ(check_(0, nullptr), 0u);
+  EXPECT_EQ(RunDialog([&] { return check_(0, nullptr); }, kStartUpTitle,
+                      [](HWND dialog) { Click(dialog, IDCANCEL); }),
+            0u);
   EXPECT_EQ(host_.Received(), BusyThen("posted 32780 0"));
   HKEY key = nullptr;
   ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, kSettingsKeyPath, 0, KEY_READ, &key), 0);
@@ -189,8 +196,16 @@ TEST_F(SyncExportsTest, ASynchronizationThatCannotSignInLeavesTheSyncStateAlone)
   OwnMirror();
   ASSERT_TRUE(SetSettingDword("SyncNotify", 0));
   WriteFile(mirror_ + "\\a.txt", "a");
-  // No credentials: the sign-in request is closed, the job ends, nothing is posted.
-  EXPECT_EQ(synchronize_(0, nullptr), 1u);
+  // No credentials: the sign-in dialog opens over the progress dialog and is closed; the job
+  // ends, and so does its dialog, and nothing is posted.
+  EXPECT_EQ(RunDialog([&] { return synchronize_(0, nullptr); }, kProgressTitle,
+                      [](HWND progress) {
+                        HWND sign_in = WaitForDialog(kSignInTitle, progress);
+                        ASSERT_NE(sign_in, nullptr) << DescribeDialog(progress);
+                        Click(sign_in, IDCANCEL);
+                        EXPECT_TRUE(WaitUntilClosed(progress, 30000)) << DescribeDialog(progress);
+                      }),
+            1u);
   EXPECT_EQ(host_.Received(), kBusy);
 }
 
@@ -199,7 +214,16 @@ TEST_F(SyncExportsTest, ACleanSynchronizationTellsTheHostTheFolderIsInStep) {
   OwnMirror();
   ASSERT_TRUE(SetSettingDword("SyncNotify", 0));
   WriteFile(mirror_ + "\\a.txt", "content");
-  EXPECT_EQ(synchronize_(0, nullptr), 1u);
+  // The progress dialog stays open at the end ("FinishClose" is off) until it is closed.
+  EXPECT_EQ(RunDialog([&] { return synchronize_(0, nullptr); }, kProgressTitle,
+                      [](HWND progress) {
+                        for (int i = 0; i < 600 && TextOf(progress, IDOK) != "閉じる"; ++i)
+                          Sleep(100);
+                        EXPECT_EQ(TextOf(progress, IDOK), "閉じる") << DescribeDialog(progress);
+                        EXPECT_EQ(TextOf(progress, IDC_PROGRESS_UPLOADS), "1");
+                        Click(progress, IDOK);
+                      }),
+            1u);
   EXPECT_EQ(host_.Received(), BusyThen("posted 32780 1"));
   std::ifstream uploaded(DiskFile("a.txt"), std::ios::binary);
   std::string content((std::istreambuf_iterator<char>(uploaded)), {});

@@ -1,4 +1,4 @@
-#include "settings/options.h"
+#include "shell/options_store.h"
 
 #include "settings/settings.h"
 #include "shell/startup_shortcut.h"

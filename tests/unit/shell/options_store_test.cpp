@@ -1,4 +1,4 @@
-#include "settings/options.h"
+#include "shell/options_store.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 namespace qbrk {
 namespace {
 
-TEST(OptionsTest, FreshInstallationLoadsDefaultsWithoutStartWithWindows) {
+TEST(OptionsStoreTest, FreshInstallationLoadsDefaultsWithoutStartWithWindows) {
   testing::TwinEnv t;
   OptionsRecord record;
   record.mail_address = "stale";
@@ -21,7 +21,7 @@ TEST(OptionsTest, FreshInstallationLoadsDefaultsWithoutStartWithWindows) {
             std::vector<uint32_t>({1, 1, 1, 0, 1, 0, 524288, 0}));
 }
 
-TEST(OptionsTest, StoreAndLoadRoundTripLeavesAnimationAlone) {
+TEST(OptionsStoreTest, StoreAndLoadRoundTripLeavesAnimationAlone) {
   testing::TwinEnv t;
   std::string startup;
   ASSERT_EQ(t.shell.GetFolderPath(KnownFolder::kStartup, true, &startup), 0u);

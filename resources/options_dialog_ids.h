@@ -1,0 +1,43 @@
+// IDs of the options, sign-in and upload unit dialogs (included by resource_ids.h). Labels
+// that only the tests read carry IDs of their own; each is unique within its dialog.
+#ifndef QBRK_RESOURCES_OPTIONS_DIALOG_IDS_H_
+#define QBRK_RESOURCES_OPTIONS_DIALOG_IDS_H_
+
+// Options.
+#define IDD_OPTIONS 6006
+#define IDC_OPTIONS_MAIL 6004
+#define IDC_OPTIONS_PASSWORD 6010
+#define IDC_OPTIONS_REMEMBER 6011
+#define IDC_OPTIONS_CHECK_BOOT 6012
+#define IDC_OPTIONS_SYNC_NOTIFY 6013
+#define IDC_OPTIONS_START_WITH_WINDOWS 6014
+#define IDC_OPTIONS_PUT_UNIT 6015
+#define IDC_OPTIONS_ICON 6027
+#define IDC_OPTIONS_FINISH_CLOSE 6054
+#define IDC_OPTIONS_ANIMATION 6055
+#define IDC_OPTIONS_USE_SSL 6056
+#define IDC_OPTIONS_EXAMPLE 6104  // an example address, drawn in red
+#define IDC_OPTIONS_GROUP 6100
+#define IDC_OPTIONS_PROMPT 6101
+#define IDC_OPTIONS_MAIL_LABEL 6102
+#define IDC_OPTIONS_PASSWORD_LABEL 6103
+#define IDC_OPTIONS_PUT_UNIT_NOTE 6105
+
+// Sign-in, also for a proxy. Its OK button is 6085, not IDOK.
+#define IDD_SIGN_IN 6029
+#define IDC_SIGN_IN_REMEMBER 6084
+#define IDC_SIGN_IN_OK 6085
+#define IDC_SIGN_IN_PASSWORD 6086
+#define IDC_SIGN_IN_USER 6087
+#define IDC_SIGN_IN_ICON 6088
+#define IDC_SIGN_IN_PROMPT 6107
+#define IDC_SIGN_IN_USER_LABEL 6108
+#define IDC_SIGN_IN_PASSWORD_LABEL 6109
+
+// Upload unit.
+#define IDD_PUT_UNIT 6035
+#define IDC_PUT_UNIT_LIST 6090
+#define IDC_PUT_UNIT_EXPLANATION 6091
+#define IDC_PUT_UNIT_LABEL 6092
+
+#endif  // QBRK_RESOURCES_OPTIONS_DIALOG_IDS_H_
