@@ -13,6 +13,7 @@ using MsgBox = UINT(WINAPI*)(LPCSTR, LPCSTR, UINT, HWND);
 
 constexpr char kCaption[] = "Qbrook export test";
 constexpr char kConfirmTitle[] = "Qbrookツール－同期";
+constexpr char kSignInTitle[] = "Qbrookツール－認証";
 
 // A hidden top-level window of the test's thread, to own the library's boxes.
 class OwnerWindow {
@@ -62,14 +63,36 @@ TEST_F(DllTest, MessageBoxAnswersTheClickAndIsOwnedByTheGivenOrTheKeptWindow) {
 
 TEST_F(DllTest, SynchronizeAsksFirstUnlessSyncNotifyIsZero) {
   const auto synchronize = Export<Command>("qbrkSynchronize");
+  // Without credentials a synchronization asks for them over its progress dialog; closing
+  // that request ends the run and its dialog.
+  const auto close_sign_in = [](HWND over) {
+    HWND sign_in = WaitForDialog(kSignInTitle, over);
+    ASSERT_NE(sign_in, nullptr) << DescribeDialog(over);
+    Click(sign_in, IDCANCEL);
+  };
+  // The confirmation and the progress dialog share their title; only the second has a bar.
   EXPECT_EQ(RunDialog([&] { return synchronize(0, nullptr); }, kConfirmTitle,
-                      [](HWND dialog) { Click(dialog, IDCANCEL); }),
+                      [](HWND dialog) {
+                        EXPECT_EQ(GetDlgItem(dialog, IDC_PROGRESS_BAR), nullptr);
+                        Click(dialog, IDCANCEL);
+                      }),
             0u);
   EXPECT_EQ(RunDialog([&] { return synchronize(0, nullptr); }, kConfirmTitle,
-                      [](HWND dialog) { Click(dialog, IDOK); }),
+                      [&](HWND dialog) {
+                        EXPECT_EQ(GetDlgItem(dialog, IDC_PROGRESS_BAR), nullptr);
+                        Click(dialog, IDOK);
+                        close_sign_in(dialog);
+                      }),
             1u);
   ASSERT_TRUE(SetSettingDword("SyncNotify", 0));
-  EXPECT_EQ(RunWithoutDialog([&] { return synchronize(0, nullptr); }, kConfirmTitle), 1u);
+  EXPECT_EQ(RunDialog([&] { return synchronize(0, nullptr); }, kConfirmTitle,
+                      [&](HWND dialog) {
+                        EXPECT_NE(GetDlgItem(dialog, IDC_PROGRESS_BAR), nullptr)
+                            << "asked first although SyncNotify is 0";
+                        close_sign_in(dialog);
+                        EXPECT_TRUE(WaitUntilClosed(dialog, 30000)) << DescribeDialog(dialog);
+                      }),
+            1u);
 }
 
 }  // namespace
