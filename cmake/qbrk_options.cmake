@@ -54,3 +54,16 @@ function(qbrk_emulator_options target)
                                            $<$<BOOL:${QBRK_WERROR}>:-Werror>
                                            $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 endfunction()
+
+# Keeps a copy of `file_target`'s output (the DLL, the host program) beside `target`'s, named
+# `file_name`, and refreshes it whenever that output changes. A POST_BUILD copy runs only when
+# `target` itself relinks, so a changed DLL would stay behind a program that did not.
+function(qbrk_copy_beside target file_target file_name)
+  set(copy ${CMAKE_CURRENT_BINARY_DIR}/${file_name})
+  add_custom_command(OUTPUT ${copy}
+    COMMAND ${CMAKE_COMMAND} -E copy $<TARGET_FILE:${file_target}> ${copy}
+    DEPENDS ${file_target}
+    VERBATIM)
+  add_custom_target(${target}_copies_${file_target} DEPENDS ${copy})
+  add_dependencies(${target} ${target}_copies_${file_target})
+endfunction()
