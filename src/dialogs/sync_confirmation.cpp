@@ -1,4 +1,5 @@
 #include "dialogs/sync_confirmation.h"
+#include "dialogs/sync_first_confirmation.h"
 
 #include "platform/win32/own_module.h"
 #include "resource_ids.h"
@@ -7,6 +8,7 @@ namespace qbrk {
 
 namespace {
 
+// Both questions are a yes and a no button over fixed texts.
 INT_PTR CALLBACK ConfirmationProc(HWND dialog, UINT message, WPARAM wparam, LPARAM) {
   switch (message) {
     case WM_INITDIALOG:
@@ -25,6 +27,11 @@ INT_PTR CALLBACK ConfirmationProc(HWND dialog, UINT message, WPARAM wparam, LPAR
 
 bool ConfirmSynchronize(HWND owner) {
   return DialogBoxParamA(OwnModule(), MAKEINTRESOURCEA(IDD_SYNC_CONFIRM), owner, ConfirmationProc,
+                         0) == IDOK;
+}
+
+bool ConfirmSynchronizeFirst(HWND owner) {
+  return DialogBoxParamA(OwnModule(), MAKEINTRESOURCEA(IDD_SYNC_FIRST), owner, ConfirmationProc,
                          0) == IDOK;
 }
 
