@@ -1,12 +1,18 @@
 // qbrk-host: stands in for the tray program in end-to-end tests.
 //
 //   qbrk-host [--dll PATH] [--no-window] [--pump-ms N] [--timing]
+//             [--answer ID[=TEXT]]... [--pictures FOLDER]
 //             call NAME ARG... [call NAME ARG...]...
 //
 // Prints one line per call ("NAME -> RESULT"), then the WM_COMMAND messages the host window
 // received during and right after the call ("  sent 32779 1", "  posted 32780 1") and any
 // buffers or transfer items the call filled. With --timing, each call's own duration follows
-// ("  took 1003 ms"). Exit status: 0 when every call was made.
+// ("  took 1003 ms"). Each --answer presses button ID in any dialog the library opens that has
+// it (reading TEXT, when given), once per dialog: "--answer 1=閉じる" closes a finished
+// progress dialog, "--answer 6008" takes the server's side of a conflict. The answers given
+// during a call are listed under it ("  answered "CAPTION" with ID"); with --pictures, each
+// dialog is saved in FOLDER just before it is answered. Exit status: 0 when every call was
+// made.
 #include <windows.h>
 
 #include <cstdio>
@@ -14,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "dialog_answerer.h"
 #include "export_call.h"
 #include "host_window_recorder.h"
 
@@ -22,6 +29,7 @@ namespace {
 int Usage() {
   std::fprintf(stderr,
                "usage: qbrk-host [--dll PATH] [--no-window] [--pump-ms N] [--timing] "
+               "[--answer ID[=TEXT]]... [--pictures FOLDER] "
                "call NAME ARG... [call NAME ARG...]...\n");
   return 2;
 }
@@ -52,6 +60,8 @@ int main(int argc, char** argv) {
   DWORD pump_ms = 100;
   bool timing = false;
   std::vector<qbrk_host::ExportCall> calls;
+  std::vector<qbrk_host::AnswerRule> answers;
+  std::string picture_folder;
 
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
@@ -63,6 +73,12 @@ int main(int argc, char** argv) {
       timing = true;
     } else if (arg == "--pump-ms" && i + 1 < argc) {
       pump_ms = static_cast<DWORD>(std::strtoul(argv[++i], nullptr, 10));
+    } else if (arg == "--answer" && i + 1 < argc && calls.empty()) {
+      const auto rule = qbrk_host::ParseAnswerRule(argv[++i]);
+      if (!rule) return Usage();
+      answers.push_back(*rule);
+    } else if (arg == "--pictures" && i + 1 < argc && calls.empty()) {
+      picture_folder = argv[++i];
     } else if (arg == "call" && i + 1 < argc) {
       calls.push_back({argv[++i], {}});
     } else if (!calls.empty()) {
@@ -86,6 +102,7 @@ int main(int argc, char** argv) {
     return 1;
   }
 
+  qbrk_host::DialogAnswerer answerer(answers, picture_folder);
   int status = 0;
   for (const auto& call : calls) {
     const DWORD started = GetTickCount();
@@ -102,6 +119,7 @@ int main(int argc, char** argv) {
     for (const auto& command : recorder.TakeCommands())
       std::printf("  %s %u %ld\n", command.sent ? "sent" : "posted", command.id,
                   static_cast<long>(command.value));
+    for (const auto& answer : answerer.TakeReport()) std::printf("  %s\n", answer.c_str());
     for (const auto& note : outcome.notes) std::printf("  %s\n", note.c_str());
     std::fflush(stdout);
   }

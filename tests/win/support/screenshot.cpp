@@ -41,6 +41,10 @@ bool WriteBitmap(const std::string& path, int width, int height, const std::vect
 bool SaveScreenshot(HWND window, const std::string& name) {
   const char* folder = std::getenv("QBRK_SCREENSHOT_DIR");
   if (!folder || !*folder) return true;
+  return SaveWindowPicture(window, std::string(folder) + "\\" + name + ".bmp");
+}
+
+bool SaveWindowPicture(HWND window, const std::string& path) {
   LetItPaint(window);
 
   RECT rect{};
@@ -72,8 +76,8 @@ bool SaveScreenshot(HWND window, const std::string& name) {
   ReleaseDC(nullptr, screen);
   if (!read) return false;
   // The folder is usually given as a Unix path; Wine shows the Unix root as drive Z:.
-  const std::string prefix = folder[0] == '/' ? "Z:" : "";
-  return WriteBitmap(prefix + folder + "\\" + name + ".bmp", width, height, bits);
+  const std::string prefix = !path.empty() && path[0] == '/' ? "Z:" : "";
+  return WriteBitmap(prefix + path, width, height, bits);
 }
 
 }  // namespace qbrk::test

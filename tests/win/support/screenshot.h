@@ -11,4 +11,8 @@ namespace qbrk::test {
 // when the variable is not set. Returns false when a picture was wanted but not written.
 bool SaveScreenshot(HWND window, const std::string& name);
 
+// Saves `window` as it is on screen to `path` (a Windows path; "/..." is taken as a Unix path
+// under drive Z:). Returns false when nothing was written.
+bool SaveWindowPicture(HWND window, const std::string& path);
+
 }  // namespace qbrk::test
