@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "dialogs/modal_dialog.h"
 #include "dialogs/report_error.h"
-#include "platform/win32/own_module.h"
 #include "resource_ids.h"
 #include "settings/settings.h"
 #include "shell/folder_picker.h"
@@ -58,42 +58,33 @@ void Accept(HWND dialog, MirrorDialogState& state) {
   EndDialog(dialog, IDOK);
 }
 
-INT_PTR Initialise(HWND dialog, MirrorDialogState& state) {
-  SetDlgItemTextA(dialog, IDC_MIRROR_PATH, InitialMirrorPath(state.env).c_str());
-  // Copying the old folder's content comes with the maintenance commands; until then the
-  // box cannot promise it.
-  CheckDlgButton(dialog, IDC_MIRROR_COPY, BST_UNCHECKED);
-  EnableWindow(GetDlgItem(dialog, IDC_MIRROR_COPY), FALSE);
-  return TRUE;
-}
+struct MirrorFolderDialog {
+  using State = MirrorDialogState;
 
-INT_PTR CALLBACK MirrorDialogProc(HWND dialog, UINT message, WPARAM wparam, LPARAM lparam) {
-  try {
-    if (message == WM_INITDIALOG) {
-      SetWindowLongPtrA(dialog, DWLP_USER, lparam);
-      return Initialise(dialog, *reinterpret_cast<MirrorDialogState*>(lparam));
-    }
-    auto* state = reinterpret_cast<MirrorDialogState*>(GetWindowLongPtrA(dialog, DWLP_USER));
-    if (!state || message != WM_COMMAND || HIWORD(wparam) != BN_CLICKED) return FALSE;
-    switch (LOWORD(wparam)) {
-      case IDOK:
-        Accept(dialog, *state);
-        return TRUE;
-      case IDCANCEL:
-        EndDialog(dialog, IDCANCEL);
-        return TRUE;
-      case IDC_MIRROR_BROWSE:
-        Browse(dialog, *state);
-        return TRUE;
-      case IDC_MIRROR_DEFAULT:
-        RestoreDefault(dialog, *state);
-        return TRUE;
-    }
-  } catch (...) {
-    // Nothing may unwind through the dialog manager; the dialog stays as it is.
+  static INT_PTR Initialise(HWND dialog, MirrorDialogState& state) {
+    SetDlgItemTextA(dialog, IDC_MIRROR_PATH, InitialMirrorPath(state.env).c_str());
+    // Copying the old folder's content comes with the maintenance commands; until then the
+    // box cannot promise it.
+    CheckDlgButton(dialog, IDC_MIRROR_COPY, BST_UNCHECKED);
+    EnableWindow(GetDlgItem(dialog, IDC_MIRROR_COPY), FALSE);
+    return TRUE;
   }
-  return FALSE;
-}
+
+  static bool Clicked(HWND dialog, MirrorDialogState& state, int id) {
+    switch (id) {
+      case IDOK:
+        Accept(dialog, state);
+        return true;
+      case IDC_MIRROR_BROWSE:
+        Browse(dialog, state);
+        return true;
+      case IDC_MIRROR_DEFAULT:
+        RestoreDefault(dialog, state);
+        return true;
+    }
+    return false;
+  }
+};
 
 }  // namespace
 
@@ -102,9 +93,7 @@ uint32_t RunMirrorFolderDialog(Env& env, HWND owner, MirrorDialogMode mode) {
     Settings settings(env.registry);
     MirrorDialogState state{env, mode, {}};
     settings.ReadMirror(&state.current);
-    const INT_PTR ended = DialogBoxParamA(OwnModule(), MAKEINTRESOURCEA(IDD_MIRROR_FOLDER), owner,
-                                          MirrorDialogProc, reinterpret_cast<LPARAM>(&state));
-    return ended == IDOK ? 1 : 0;
+    return RunModalDialog<MirrorFolderDialog>(owner, IDD_MIRROR_FOLDER, &state) == IDOK ? 1 : 0;
   } catch (...) {
     return 0;
   }

@@ -1,11 +1,11 @@
 #include "dialogs/options/options_dialog.h"
 
 #include "dialogs/dialog_requests.h"
+#include "dialogs/modal_dialog.h"
 #include "dialogs/options/dialog_controls.h"
 #include "dialogs/options/option_rules.h"
 #include "dialogs/options/options_entry.h"
 #include "dialogs/options/upload_unit_dialog.h"
-#include "platform/win32/own_module.h"
 #include "platform/win32/win32_host_window.h"
 #include "protocol/worker_messages.h"
 #include "resource_ids.h"
@@ -39,8 +39,7 @@ constexpr CheckBox kCheckBoxes[] = {
     {IDC_OPTIONS_USE_SSL, &OptionsRecord::use_ssl},
 };
 
-INT_PTR Initialise(HWND dialog, OptionsDialogState& state) {
-  const OptionsRecord& record = *state.record;
+INT_PTR ShowRecord(HWND dialog, const OptionsRecord& record) {
   SendDlgItemMessageA(dialog, IDC_OPTIONS_MAIL, EM_LIMITTEXT, kMailLimit, 0);
   SendDlgItemMessageA(dialog, IDC_OPTIONS_PASSWORD, EM_LIMITTEXT, kPasswordLimit, 0);
   SetDlgItemTextA(dialog, IDC_OPTIONS_MAIL, record.mail_address.c_str());
@@ -63,45 +62,42 @@ void Accept(HWND dialog, OptionsDialogState& state) {
   EndDialog(dialog, IDOK);
 }
 
-INT_PTR CALLBACK OptionsDialogProc(HWND dialog, UINT message, WPARAM wparam, LPARAM lparam) {
-  try {
-    if (message == WM_INITDIALOG) {
-      SetWindowLongPtrA(dialog, DWLP_USER, lparam);
-      return Initialise(dialog, *reinterpret_cast<OptionsDialogState*>(lparam));
-    }
-    auto* state = reinterpret_cast<OptionsDialogState*>(GetWindowLongPtrA(dialog, DWLP_USER));
-    if (!state) return FALSE;
-    if (message == WM_CTLCOLORSTATIC &&
-        GetDlgCtrlID(reinterpret_cast<HWND>(lparam)) == IDC_OPTIONS_EXAMPLE) {
-      HDC dc = reinterpret_cast<HDC>(wparam);
-      SetTextColor(dc, kExampleColour);
-      SetBkColor(dc, GetSysColor(COLOR_BTNFACE));
-      return reinterpret_cast<INT_PTR>(GetSysColorBrush(COLOR_BTNFACE));
-    }
-    if (message != WM_COMMAND || HIWORD(wparam) != BN_CLICKED) return FALSE;
-    switch (LOWORD(wparam)) {
-      case IDOK:
-        Accept(dialog, *state);
-        return TRUE;
-      case IDCANCEL:
-        EndDialog(dialog, IDCANCEL);
-        return TRUE;
-      case IDC_OPTIONS_PUT_UNIT:
-        RunUploadUnitDialog(dialog, &state->put_unit);
-        return TRUE;
-    }
-  } catch (...) {
-    // Nothing may unwind through the dialog manager; the dialog stays as it is.
+struct OptionsDialog {
+  using State = OptionsDialogState;
+
+  static INT_PTR Initialise(HWND dialog, OptionsDialogState& state) {
+    return ShowRecord(dialog, *state.record);
   }
-  return FALSE;
-}
+
+  static bool Clicked(HWND dialog, OptionsDialogState& state, int id) {
+    switch (id) {
+      case IDOK:
+        Accept(dialog, state);
+        return true;
+      case IDC_OPTIONS_PUT_UNIT:
+        RunUploadUnitDialog(dialog, &state.put_unit);
+        return true;
+    }
+    return false;
+  }
+
+  // The example address is drawn in red on the dialog's face.
+  static INT_PTR Other(HWND, OptionsDialogState&, UINT message, WPARAM wparam, LPARAM lparam) {
+    if (message != WM_CTLCOLORSTATIC ||
+        GetDlgCtrlID(reinterpret_cast<HWND>(lparam)) != IDC_OPTIONS_EXAMPLE)
+      return FALSE;
+    HDC dc = reinterpret_cast<HDC>(wparam);
+    SetTextColor(dc, kExampleColour);
+    SetBkColor(dc, GetSysColor(COLOR_BTNFACE));
+    return reinterpret_cast<INT_PTR>(GetSysColorBrush(COLOR_BTNFACE));
+  }
+};
 
 }  // namespace
 
 uint32_t ShowOptionsDialog(HWND owner, OptionsRecord* record, HostWindow& host) {
   OptionsDialogState state{record, host, record->put_unit};
-  const INT_PTR ended = DialogBoxParamA(OwnModule(), MAKEINTRESOURCEA(IDD_OPTIONS), owner,
-                                        OptionsDialogProc, reinterpret_cast<LPARAM>(&state));
+  const INT_PTR ended = RunModalDialog<OptionsDialog>(owner, IDD_OPTIONS, &state);
   return ended == IDOK || ended == IDCANCEL ? static_cast<uint32_t>(ended) : 0;
 }
 

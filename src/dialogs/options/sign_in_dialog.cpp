@@ -1,9 +1,9 @@
 // The sign-in dialog (6029), which with the record's proxy flag asks for the proxy's
 // credentials instead.
 #include "dialogs/dialog_requests.h"
+#include "dialogs/modal_dialog.h"
 #include "dialogs/options/dialog_controls.h"
 #include "dialogs/options/option_rules.h"
-#include "platform/win32/own_module.h"
 #include "protocol/worker_messages.h"
 #include "resource_ids.h"
 
@@ -14,7 +14,7 @@ namespace {
 constexpr int kUserLimit = 64;
 constexpr int kPasswordLimit = 15;
 
-INT_PTR Initialise(HWND dialog, const SignInRecord& record) {
+INT_PTR ShowRecord(HWND dialog, const SignInRecord& record) {
   SendDlgItemMessageA(dialog, IDC_SIGN_IN_USER, EM_LIMITTEXT, kUserLimit, 0);
   SendDlgItemMessageA(dialog, IDC_SIGN_IN_PASSWORD, EM_LIMITTEXT, kPasswordLimit, 0);
   if (record.proxy != 0) {
@@ -37,28 +37,18 @@ void Accept(HWND dialog, SignInRecord& record) {
   EndDialog(dialog, IDOK);
 }
 
-INT_PTR CALLBACK SignInProc(HWND dialog, UINT message, WPARAM wparam, LPARAM lparam) {
-  try {
-    if (message == WM_INITDIALOG) {
-      SetWindowLongPtrA(dialog, DWLP_USER, lparam);
-      return Initialise(dialog, *reinterpret_cast<SignInRecord*>(lparam));
-    }
-    auto* record = reinterpret_cast<SignInRecord*>(GetWindowLongPtrA(dialog, DWLP_USER));
-    if (!record || message != WM_COMMAND || HIWORD(wparam) != BN_CLICKED) return FALSE;
-    switch (LOWORD(wparam)) {
-      case IDC_SIGN_IN_OK:
-      case IDOK:  // Enter, should the dialog manager name the default button so
-        Accept(dialog, *record);
-        return TRUE;
-      case IDCANCEL:
-        EndDialog(dialog, IDCANCEL);
-        return TRUE;
-    }
-  } catch (...) {
-    // Nothing may unwind through the dialog manager; the dialog stays as it is.
+struct SignInDialog {
+  using State = SignInRecord;
+  static INT_PTR Initialise(HWND dialog, SignInRecord& record) {
+    return ShowRecord(dialog, record);
   }
-  return FALSE;
-}
+  static bool Clicked(HWND dialog, SignInRecord& record, int id) {
+    // IDOK too: Enter, should the dialog manager name the default button so.
+    if (id != IDC_SIGN_IN_OK && id != IDOK) return false;
+    Accept(dialog, record);
+    return true;
+  }
+};
 
 }  // namespace
 
@@ -66,9 +56,7 @@ uint32_t RunSignInDialog(HWND owner, SignInRecord* record) {
   try {
     // The dialog edits a copy: a cancelled or failed dialog leaves the record as it was.
     SignInRecord edited = *record;
-    const INT_PTR ended = DialogBoxParamA(OwnModule(), MAKEINTRESOURCEA(IDD_SIGN_IN), owner,
-                                          SignInProc, reinterpret_cast<LPARAM>(&edited));
-    if (ended != IDOK) return 0;
+    if (RunModalDialog<SignInDialog>(owner, IDD_SIGN_IN, &edited) != IDOK) return 0;
     *record = std::move(edited);
     return kAnswerOk;
   } catch (...) {
