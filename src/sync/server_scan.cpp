@@ -1,5 +1,5 @@
 // The scan of the user's disk into a table, through the folder listings (one PROPFIND per
-// folder, kept by the session). The listing is untrusted input: a member whose name cannot be
+// folder; the session keeps each listing only until its folder is in the tree). The listing is untrusted input: a member whose name cannot be
 // one local file name is left out, logged with its server path, and remembered in its folder
 // so that planning acts on nothing of that name.
 #include <algorithm>
@@ -53,6 +53,9 @@ class ServerScanner {
       FileRecord record = FileRecord::FromListingItem(*item);
       if (!record || !node->AddFile(FileEntry::New(record))) return result::kNoMemory;
     }
+    // The folder is in the tree and a scan lists each folder once: the session's copy of its
+    // listing would only hold as much memory again as the tree until the job ends.
+    session_.listings().erase(root_ + path);
     return result::kSuccess;
   }
 

@@ -13,18 +13,25 @@ std::string TableFilePath(const std::string& data_folder) {
 
 ResultCode BuildPlan(SyncContext& context, SyncTable* recorded, SyncTable* plan) {
   if (!recorded || !plan || !context.session) return result::kGeneralFailure;
-  SyncTable local(context.env);
-  SyncTable server(context.env, context.session);
-  if (ResultCode r = local.ScanLocalFolder(context.mirror, "")) return r;
-  if (context.IsCancelled()) return result::kCancelled;
-  if (ResultCode r = server.ScanServerFolder("", "")) return r;
-  if (context.IsCancelled()) return result::kCancelled;
-  // A missing or unreadable record leaves the tree empty: everything counts as new.
-  recorded->LoadTableFile(context.table_path);
-  if (ResultCode r = PlanLocalSide(&local, recorded, plan)) return r;
-  recorded->ReplaceRoot(nullptr);
-  recorded->LoadTableFile(context.table_path);
-  if (ResultCode r = PlanServerSide(&server, recorded, plan)) return r;
+  // Each side's tree lives only until its half is planned, so that no more than one scanned
+  // tree, the record and the plan are held at once (a large disk's trees are most of a
+  // run's memory). Nothing the plan keeps points into a scanned tree.
+  {
+    SyncTable local(context.env);
+    if (ResultCode r = local.ScanLocalFolder(context.mirror, "")) return r;
+    if (context.IsCancelled()) return result::kCancelled;
+    // A missing or unreadable record leaves the tree empty: everything counts as new.
+    recorded->LoadTableFile(context.table_path);
+    if (ResultCode r = PlanLocalSide(&local, recorded, plan)) return r;
+  }
+  {
+    SyncTable server(context.env, context.session);
+    if (ResultCode r = server.ScanServerFolder("", "")) return r;
+    if (context.IsCancelled()) return result::kCancelled;
+    recorded->ReplaceRoot(nullptr);
+    recorded->LoadTableFile(context.table_path);
+    if (ResultCode r = PlanServerSide(&server, recorded, plan)) return r;
+  }
   if (ResultCode r = MergeMarks(plan)) return r;
   return LeaveOutTypeClashes(plan, context.session->disk_root());
 }
