@@ -120,20 +120,6 @@ expect_files() {
   fi
 }
 
-# Waits (70 s at most) until the connections an earlier client closed have left TIME_WAIT.
-# The library and the bare loop open a connection per request; on loopback tens of thousands
-# of closed ones hold the ephemeral ports for a minute and make every new connect search
-# longer for a free one (10,000 files took 20 times as long as 1,000), so a client that
-# started right after another would pay for the other's connections.
-settle_connections() {
-  local tries
-  for tries in $(seq 1 140); do
-    [ "$(ss -Htan state time-wait "( sport = :$port or dport = :$port )" | wc -l)" -lt 100 ] &&
-      return 0
-    sleep 0.5
-  done
-}
-
 # Runs a command and writes to FILE the largest peak resident size, in KiB, of the processes
 # it started and waited for (the kernel keeps the largest one's for the waiting parent).
 # Under wine-run that is the Windows program itself: wine-run, Wine's launcher and its loader
