@@ -42,7 +42,7 @@ sync_cleanup() {
 # slices of one AES-CTR stream with a fixed key. Every file gets the same time, a whole
 # second as the service keeps it.
 make_tree() {
-  local dir=$1 folders=$2 per_folder=$3 size=$4 folder
+  local dir=$1 folders=$2 per_folder=$3 size=$4 folder path
   local slice=$((per_folder * size))
   rm -rf "$dir"
   mkdir -p "$dir"
@@ -50,7 +50,7 @@ make_tree() {
     openssl enc -aes-128-ctr -nosalt -K 1f2e3d4c5b6a79889786a5b4c3d2e1f0 \
       -iv 00000000000000000000000000000000 >"$dir.stream"
   for folder in $(seq 0 $((folders - 1))); do
-    local path=$dir/$(printf 'f%03d' "$folder")
+    path=$dir/$(printf 'f%03d' "$folder")
     mkdir "$path"
     dd if="$dir.stream" bs="$size" skip=$((folder * per_folder)) count="$per_folder" status=none |
       split -b "$size" -d -a 5 --additional-suffix=.bin - "$path/"
@@ -65,8 +65,8 @@ start_emulator() {
   "${pin[@]}" "$emulator" --data "$work/data" --listen 127.0.0.1:0 --account "$user:$password" \
     --quota $((64 * 1024 * 1024 * 1024)) >"$work/url" 2>"$work/emulator.log" &
   emulator_pid=$!
-  local tries
-  for tries in $(seq 1 100); do
+  local _
+  for _ in $(seq 1 100); do
     [ -s "$work/url" ] && break
     kill -0 "$emulator_pid" 2>/dev/null || break
     sleep 0.1
