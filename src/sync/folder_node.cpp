@@ -59,12 +59,16 @@ uint32_t FileEntry::CompareServer(const FileEntry* other) const {
 }
 
 void FolderNode::Destroy() {
-  file_index_.Clear();
+  DestroyFiles();
   folder_index_.Clear();
-  for (auto* node = files_.head(); node; node = node->next) delete node->item;
   for (auto* node = folders_.head(); node; node = node->next) delete node->item;
-  files_.RemoveAll();
   folders_.RemoveAll();
+}
+
+void FolderNode::DestroyFiles() {
+  file_index_.Clear();
+  for (auto* node = files_.head(); node; node = node->next) delete node->item;
+  files_.RemoveAll();
 }
 
 FileEntry* FolderNode::AddFile(FileEntry* entry) {

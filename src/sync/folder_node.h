@@ -75,6 +75,8 @@ class FolderNode {
 
   // Frees every file entry and child folder (recursively) and empties both lists.
   void Destroy();
+  // Frees the file entries only; the child folders stay.
+  void DestroyFiles();
 
   // Appends and takes ownership; the entry, or null when it is null or no list node could be
   // had (the entry is then freed).

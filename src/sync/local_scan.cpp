@@ -14,7 +14,8 @@ namespace {
 
 class LocalScanner {
  public:
-  explicit LocalScanner(SyncTable& table) : table_(table), files_(table.env().files) {}
+  LocalScanner(SyncTable& table, ScanObserver* observer)
+      : table_(table), files_(table.env().files), observer_(observer) {}
 
   // Scans `path` into a node named `name` and attaches it to `parent` (the table's root when
   // there is none). 0, 92 or 500.
@@ -23,6 +24,9 @@ class LocalScanner {
     if (depth >= kMaxTreeDepth) return result::kGeneralFailure;
     std::unique_ptr<FolderNode> node(new (std::nothrow) FolderNode(name));
     if (!node) return result::kGeneralFailure;
+    if (observer_) {
+      if (ResultCode e = observer_->FolderEntered(*node)) return e;
+    }
 
     ResultCode r = result::kSuccess;
     std::unique_ptr<FindHandle> find;
@@ -42,6 +46,9 @@ class LocalScanner {
       // An enumeration that breaks off must not pass for a complete folder: the files it
       // did not deliver would look deleted and be deleted on the server.
       return result::kGeneralFailure;
+    }
+    if (observer_ && r == result::kSuccess) {
+      if (ResultCode e = observer_->FolderScanned(*node)) return e;
     }
     FolderNode* raw = node.release();
     if (parent) {
@@ -76,17 +83,18 @@ class LocalScanner {
 
   SyncTable& table_;
   FileSystem& files_;
+  ScanObserver* observer_;
   std::string lower_;  // each name lower-cased, in storage kept from one name to the next
 };
 
 }  // namespace
 
 ResultCode SyncTable::ScanLocalFolder(const std::string& folder_path,
-                                      const std::string& root_name) {
+                                      const std::string& root_name, ScanObserver* observer) {
   root_.reset();
   if (folder_path.empty()) return result::kGeneralFailure;
   try {
-    return LocalScanner(*this).Scan(folder_path, root_name, nullptr, 0);
+    return LocalScanner(*this, observer).Scan(folder_path, root_name, nullptr, 0);
   } catch (const std::bad_alloc&) {
     root_.reset();
     return result::kGeneralFailure;

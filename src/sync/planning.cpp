@@ -1,7 +1,9 @@
 #include "sync/planning.h"
 
+#include <memory>
 #include <new>
 #include <unordered_set>
+#include <vector>
 
 #include "common/mbcs.h"
 #include "sync/marks.h"
@@ -25,35 +27,90 @@ struct Side {
 constexpr Side kLocalSide{true, MARK_UPLOAD, MARK_CREATE_SERVER, MARK_DELETED_LOCALLY};
 constexpr Side kServerSide{false, MARK_DOWNLOAD, MARK_CREATE_LOCAL, MARK_DELETED_ON_SERVER};
 
-class Planner {
- public:
-  Planner(const Side& side, SyncTable& plan) : side_(side), plan_(plan) {}
+FileEntry* AddPlanned(FolderNode& plan, const FileRecord& record, uint32_t marks) {
+  FileEntry* entry = plan.AddFile(FileEntry::New(record));
+  if (entry) entry->marks = marks;
+  return entry;
+}
 
-  // New and changed entries of `source` (a folder of the local or server tree).
-  ResultCode MarkChanges(FolderNode& source, FolderNode* recorded, FolderNode& plan) {
-    for (FolderNode* child = source.FindFolder(nullptr); child;
-         child = FolderNode::NextFolder(child)) {
-      FolderNode* recorded_child = recorded ? recorded->FindFolder(child->name()) : nullptr;
-      FolderNode* plan_child = plan.FindFolder(child->name());
+// Keeps what the local disk holds of a planned name, for execution to check before it acts.
+uint32_t KeepSight(SyncTable& plan, bool present, const FileEntry* local) {
+  LocalSight sight;
+  sight.present = present;
+  if (present && local) {
+    sight.last_write_time = local->record().local_time();
+    sight.size = local->record().size();
+  }
+  return plan.AddSight(sight);
+}
+
+// Marks new and changed entries of one side, a source folder at a time in the order a scan
+// completes them: a folder is entered before anything in it and finished after everything
+// below it, so its child folders are planned before its files, as a walk of the whole tree
+// would plan them. A folder that is finished is no longer needed for its files; when asked,
+// they are freed there and then, so that a scan holds only the files of the folders it is in.
+class ChangeMarker final : public ScanObserver {
+ public:
+  ChangeMarker(const Side& side, SyncTable& recorded, SyncTable& plan, bool free_finished_files)
+      : side_(side), recorded_(recorded), plan_(plan), free_finished_files_(free_finished_files) {}
+
+  ResultCode FolderEntered(FolderNode& source) override {
+    try {
+      if (frames_.empty()) {
+        frames_.push_back({&source, recorded_.root(), plan_.root(), nullptr});
+        return result::kSuccess;
+      }
+      const Frame& parent = frames_.back();
+      FolderNode* recorded =
+          parent.recorded ? parent.recorded->FindFolder(source.name()) : nullptr;
+      FolderNode* plan = parent.plan->FindFolder(source.name());
       std::unique_ptr<FolderNode> made;
-      if (!plan_child) {
-        made.reset(new (std::nothrow) FolderNode(child->name()));
+      if (!plan) {
+        made.reset(new (std::nothrow) FolderNode(source.name()));
         if (!made) return result::kGeneralFailure;
-        plan_child = made.get();
+        plan = made.get();
       }
-      child->marks |= MARK_SEEN;
-      if (recorded_child) {
-        recorded_child->marks |= MARK_SEEN;
-        plan_child->marks |= MARK_SEEN;
+      source.marks |= MARK_SEEN;
+      if (recorded) {
+        recorded->marks |= MARK_SEEN;
+        plan->marks |= MARK_SEEN;
       } else {
-        plan_child->marks |= side_.new_folder;
+        plan->marks |= side_.new_folder;
       }
-      if (ResultCode r = MarkChanges(*child, recorded_child, *plan_child)) return r;
+      frames_.push_back({&source, recorded, plan, std::move(made)});
+      return result::kSuccess;
+    } catch (const std::bad_alloc&) {
+      return result::kGeneralFailure;
+    }
+  }
+
+  ResultCode FolderScanned(FolderNode& source) override {
+    if (frames_.empty() || frames_.back().source != &source) return result::kGeneralFailure;
+    try {
+      Frame& frame = frames_.back();
+      if (ResultCode r = MarkFiles(source, frame.recorded, *frame.plan)) return r;
+      if (free_finished_files_) source.DestroyFiles();
+      std::unique_ptr<FolderNode> made = std::move(frame.made);
+      frames_.pop_back();
       // A folder in the plan is kept when it holds work or is itself new on this side.
       if (made && (!made->empty() || made->marks == side_.new_folder) &&
-          !plan.AddFolder(made.release()))
+          !frames_.back().plan->AddFolder(made.release()))
         return result::kGeneralFailure;
+      return result::kSuccess;
+    } catch (const std::bad_alloc&) {
+      return result::kGeneralFailure;
     }
+  }
+
+ private:
+  struct Frame {
+    FolderNode* source;
+    FolderNode* recorded;  // null below a folder that is new on this side
+    FolderNode* plan;
+    std::unique_ptr<FolderNode> made;  // a plan folder not yet in the plan
+  };
+
+  ResultCode MarkFiles(FolderNode& source, FolderNode* recorded, FolderNode& plan) {
     for (FileEntry* file = source.FindFile(nullptr); file; file = FolderNode::NextFile(file)) {
       if (!file->record()) continue;
       FileEntry* recorded_file = recorded ? recorded->FindFile(file->name()) : nullptr;
@@ -68,18 +125,38 @@ class Planner {
         planned->marks |= side_.changed;
         continue;
       }
-      FileEntry* planned = Add(plan, file->record(), side_.changed);
+      FileEntry* planned = AddPlanned(plan, file->record(), side_.changed);
       if (!planned) return result::kGeneralFailure;
-      // What the local disk holds of this name, for execution to check before it acts.
-      planned->sight = side_.local ? Sight(true, *file) : Sight(recorded_file != nullptr,
-                                                                recorded_file);
+      planned->sight = side_.local ? KeepSight(plan_, true, file)
+                                   : KeepSight(plan_, recorded_file != nullptr, recorded_file);
     }
     return result::kSuccess;
   }
 
-  // Recorded entries that nothing on this side matched. `source` is null below a folder
-  // that is gone from this side.
-  ResultCode MarkDeletions(FolderNode* source, FolderNode& recorded, FolderNode& plan) {
+  const Side& side_;
+  SyncTable& recorded_;
+  SyncTable& plan_;
+  const bool free_finished_files_;
+  std::vector<Frame> frames_;
+};
+
+// Tells `observer` about a finished tree as a scan would have while making it.
+ResultCode Replay(FolderNode& folder, ScanObserver& observer) {
+  if (ResultCode r = observer.FolderEntered(folder)) return r;
+  for (FolderNode* child = folder.FindFolder(nullptr); child;
+       child = FolderNode::NextFolder(child)) {
+    if (ResultCode r = Replay(*child, observer)) return r;
+  }
+  return observer.FolderScanned(folder);
+}
+
+// Recorded entries that nothing on this side matched, once every change is marked; only the
+// source's folders are looked at. `source` is null below a folder gone from this side.
+class DeletionMarker {
+ public:
+  DeletionMarker(const Side& side, SyncTable& plan) : side_(side), plan_(plan) {}
+
+  ResultCode Mark(FolderNode* source, FolderNode& recorded, FolderNode& plan) {
     for (FolderNode* child = recorded.FindFolder(nullptr); child;
          child = FolderNode::NextFolder(child)) {
       FolderNode* plan_child = plan.FindFolder(child->name());
@@ -93,7 +170,7 @@ class Planner {
         // Gone from this side: it stays in the plan whatever it holds.
         child->marks |= side_.deleted;
         plan_child->marks |= side_.deleted;
-        if (ResultCode r = MarkDeletions(nullptr, *child, *plan_child)) return r;
+        if (ResultCode r = Mark(nullptr, *child, *plan_child)) return r;
         if (made && !plan.AddFolder(made.release())) return result::kGeneralFailure;
         continue;
       }
@@ -102,7 +179,7 @@ class Planner {
       source_child->marks |= MARK_SEEN;
       child->marks |= MARK_SEEN;
       plan_child->marks |= MARK_SEEN;
-      if (ResultCode r = MarkDeletions(source_child, *child, *plan_child)) return r;
+      if (ResultCode r = Mark(source_child, *child, *plan_child)) return r;
       if (made && !made->empty() && !plan.AddFolder(made.release()))
         return result::kGeneralFailure;
     }
@@ -114,45 +191,54 @@ class Planner {
         file->marks |= side_.deleted;
         continue;
       }
-      FileEntry* planned = Add(plan, file->record(), side_.deleted);
+      FileEntry* planned = AddPlanned(plan, file->record(), side_.deleted);
       if (!planned) return result::kGeneralFailure;
       // Gone locally: nothing there. Gone from the server: the local file matched the record.
-      planned->sight = side_.local ? Sight(false, nullptr) : Sight(true, file);
+      planned->sight = side_.local ? KeepSight(plan_, false, nullptr)
+                                   : KeepSight(plan_, true, file);
     }
     return result::kSuccess;
   }
 
  private:
-  static FileEntry* Add(FolderNode& plan, const FileRecord& record, uint32_t marks) {
-    FileEntry* entry = plan.AddFile(FileEntry::New(record));
-    if (entry) entry->marks = marks;
-    return entry;
-  }
-
-  uint32_t Sight(bool present, const FileEntry* local) {
-    LocalSight sight;
-    sight.present = present;
-    if (present && local) {
-      sight.last_write_time = local->record().local_time();
-      sight.size = local->record().size();
-    }
-    return plan_.AddSight(sight);
-  }
-  uint32_t Sight(bool present, const FileEntry& local) { return Sight(present, &local); }
-
   const Side& side_;
   SyncTable& plan_;
 };
 
+// Both tables' roots, made empty when missing. 0; 2 (local side) or 500 when the plan's root
+// cannot be made; 500 when the record's cannot.
+ResultCode EnsureRoots(const Side& side, SyncTable& recorded, SyncTable& plan) {
+  if (!recorded.EnsureRoot()) return result::kGeneralFailure;
+  if (!plan.EnsureRoot()) return side.local ? result::kNoMemory : result::kGeneralFailure;
+  return result::kSuccess;
+}
+
+// One half of planning over a finished source tree.
 ResultCode PlanSide(const Side& side, SyncTable* source, SyncTable* recorded, SyncTable* plan) {
   if (!source || !recorded || !plan) return result::kGeneralFailure;
+  if (!source->EnsureRoot()) return result::kGeneralFailure;
+  if (ResultCode r = EnsureRoots(side, *recorded, *plan)) return r;
+  ChangeMarker changes(side, *recorded, *plan, false);
+  if (ResultCode r = Replay(*source->root(), changes)) return r;
   try {
-    if (!source->EnsureRoot() || !recorded->EnsureRoot()) return result::kGeneralFailure;
-    if (!plan->EnsureRoot()) return side.local ? result::kNoMemory : result::kGeneralFailure;
-    Planner planner(side, *plan);
-    if (ResultCode r = planner.MarkChanges(*source->root(), recorded->root(), *plan->root()))
-      return r;
-    return planner.MarkDeletions(source->root(), *recorded->root(), *plan->root());
+    return DeletionMarker(side, *plan).Mark(source->root(), *recorded->root(), *plan->root());
+  } catch (const std::bad_alloc&) {
+    return result::kGeneralFailure;
+  }
+}
+
+// The same half, marking changes while `scan` fills the source table, which keeps only its
+// folders afterwards.
+template <typename Scan>
+ResultCode ScanAndPlanSide(const Side& side, SyncTable* source, SyncTable* recorded,
+                           SyncTable* plan, Scan scan) {
+  if (!source || !recorded || !plan) return result::kGeneralFailure;
+  if (ResultCode r = EnsureRoots(side, *recorded, *plan)) return r;
+  ChangeMarker changes(side, *recorded, *plan, true);
+  if (ResultCode r = scan(changes)) return r;
+  if (!source->EnsureRoot()) return result::kGeneralFailure;
+  try {
+    return DeletionMarker(side, *plan).Mark(source->root(), *recorded->root(), *plan->root());
   } catch (const std::bad_alloc&) {
     return result::kGeneralFailure;
   }
@@ -181,6 +267,16 @@ void DropLeftOut(const FolderNode& server, FolderNode& plan) {
   }
 }
 
+// Takes out of the plan every name the server scan left out.
+ResultCode DropAllLeftOut(SyncTable& server, SyncTable& plan) {
+  try {
+    DropLeftOut(*server.root(), *plan.root());
+  } catch (const std::bad_alloc&) {
+    return result::kGeneralFailure;
+  }
+  return result::kSuccess;
+}
+
 }  // namespace
 
 ResultCode PlanLocalSide(SyncTable* local, SyncTable* recorded, SyncTable* plan) {
@@ -189,12 +285,23 @@ ResultCode PlanLocalSide(SyncTable* local, SyncTable* recorded, SyncTable* plan)
 
 ResultCode PlanServerSide(SyncTable* server, SyncTable* recorded, SyncTable* plan) {
   if (ResultCode r = PlanSide(kServerSide, server, recorded, plan)) return r;
-  try {
-    DropLeftOut(*server->root(), *plan->root());
-  } catch (const std::bad_alloc&) {
-    return result::kGeneralFailure;
-  }
-  return result::kSuccess;
+  return DropAllLeftOut(*server, *plan);
+}
+
+ResultCode ScanAndPlanLocalSide(SyncTable* local, const std::string& folder_path,
+                                SyncTable* recorded, SyncTable* plan) {
+  return ScanAndPlanSide(kLocalSide, local, recorded, plan, [&](ScanObserver& changes) {
+    return local->ScanLocalFolder(folder_path, "", &changes);
+  });
+}
+
+ResultCode ScanAndPlanServerSide(SyncTable* server, SyncTable* recorded, SyncTable* plan) {
+  if (ResultCode r = ScanAndPlanSide(kServerSide, server, recorded, plan,
+                                     [&](ScanObserver& changes) {
+                                       return server->ScanServerFolder("", "", &changes);
+                                     }))
+    return r;
+  return DropAllLeftOut(*server, *plan);
 }
 
 int HasPendingWork(const SyncTable* plan) {

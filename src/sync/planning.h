@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "common/result_code.h"
 #include "sync/sync_context.h"
@@ -24,6 +25,14 @@ ResultCode PlanLocalSide(SyncTable* local, SyncTable* recorded, SyncTable* plan)
 // The same for the server: 4, 32 and 8. Names the server scan left out are then taken out
 // of the plan, whatever the local half planned for them. 0 or 500.
 ResultCode PlanServerSide(SyncTable* server, SyncTable* recorded, SyncTable* plan);
+// The same halves while the scans run: each scanned folder is planned as soon as it is
+// complete and its files are freed then, so that a large disk is never held as a whole tree
+// beside the record (the scanned table keeps its folders). The plan is the one the scan and
+// the half above make, with the codes of either; `local` and `server` are emptied first.
+ResultCode ScanAndPlanLocalSide(SyncTable* local, const std::string& folder_path,
+                                SyncTable* recorded, SyncTable* plan);
+// Lists the whole disk through the table's connection.
+ResultCode ScanAndPlanServerSide(SyncTable* server, SyncTable* recorded, SyncTable* plan);
 // Settles contradictory marks: a change wins over a deletion on the other side, and a folder
 // deleted on one side that holds transfers is created again instead. 0, or 3 without a root.
 ResultCode MergeMarks(SyncTable* plan);

@@ -1,7 +1,8 @@
 // The scan of the user's disk into a table, through the folder listings (one PROPFIND per
-// folder; the session keeps each listing only until its folder is in the tree). The listing is untrusted input: a member whose name cannot be
-// one local file name is left out, logged with its server path, and remembered in its folder
-// so that planning acts on nothing of that name.
+// folder; the session keeps each listing only until its folder is in the tree). The listing
+// is untrusted input: a member whose name cannot be one local file name is left out, logged
+// with its server path, and remembered in its folder so that planning acts on nothing of
+// that name.
 #include <algorithm>
 #include <map>
 #include <unordered_set>
@@ -22,8 +23,8 @@ namespace {
 
 class ServerScanner {
  public:
-  ServerScanner(SyncTable& table, ServerSession& session)
-      : table_(table), session_(session), root_(session.disk_root()) {}
+  ServerScanner(SyncTable& table, ServerSession& session, ScanObserver* observer)
+      : table_(table), session_(session), observer_(observer), root_(session.disk_root()) {}
 
   // Lists `path` (relative, "" or ending in "/") into a node named `name` attached at once to
   // `parent` (the table's root when there is none).
@@ -37,9 +38,12 @@ class ServerScanner {
     } else {
       table_.ReplaceRoot(std::unique_ptr<FolderNode>(node));
     }
+    if (observer_) {
+      if (ResultCode r = observer_->FolderEntered(*node)) return r;
+    }
     const Listing* listing = nullptr;
     if (ResultCode r = ListFolder(session_, root_ + path, &listing)) return r;
-    if (!listing) return result::kSuccess;  // an empty folder
+    if (!listing) return observer_ ? observer_->FolderScanned(*node) : result::kSuccess;
 
     for (const FindData* item : Admitted(path, *listing, node)) {
       // Checked again here: a member admitted earlier in this loop may carry the same name.
@@ -56,7 +60,7 @@ class ServerScanner {
     // The folder is in the tree and a scan lists each folder once: the session's copy of its
     // listing would only hold as much memory again as the tree until the job ends.
     session_.listings().erase(root_ + path);
-    return result::kSuccess;
+    return observer_ ? observer_->FolderScanned(*node) : result::kSuccess;
   }
 
  private:
@@ -112,17 +116,19 @@ class ServerScanner {
 
   SyncTable& table_;
   ServerSession& session_;
+  ScanObserver* observer_;
   std::string root_;
 };
 
 }  // namespace
 
-ResultCode SyncTable::ScanServerFolder(const char* folder_path, const char* root_name) {
+ResultCode SyncTable::ScanServerFolder(const char* folder_path, const char* root_name,
+                                       ScanObserver* observer) {
   if (!folder_path || !root_name) return result::kMisuse;
   root_.reset();
   if (!connection_) return result::kGeneralFailure;
   try {
-    return ServerScanner(*this, *connection_).Scan(folder_path, root_name, nullptr, 0);
+    return ServerScanner(*this, *connection_, observer).Scan(folder_path, root_name, nullptr, 0);
   } catch (const std::bad_alloc&) {
     return result::kNoMemory;
   }

@@ -7,33 +7,42 @@
 
 namespace qbrk {
 
+namespace {
+
+// Each side is planned while it is scanned, so that a large disk is held as a whole tree
+// only once: as the record. Each half starts from the record as loaded, so that the marks of
+// the local half do not leak into the server half.
+ResultCode PlanBothSides(SyncContext& context, SyncTable* recorded, SyncTable* plan) {
+  // A missing or unreadable record leaves the tree empty: everything counts as new.
+  recorded->LoadTableFile(context.table_path);
+  {
+    SyncTable local(context.env);
+    if (ResultCode r = ScanAndPlanLocalSide(&local, context.mirror, recorded, plan)) return r;
+    if (context.IsCancelled()) return result::kCancelled;
+  }
+  recorded->ReplaceRoot(nullptr);
+  recorded->LoadTableFile(context.table_path);
+  {
+    SyncTable server(context.env, context.session);
+    if (ResultCode r = ScanAndPlanServerSide(&server, recorded, plan)) return r;
+    if (context.IsCancelled()) return result::kCancelled;
+  }
+  if (ResultCode r = MergeMarks(plan)) return r;
+  return LeaveOutTypeClashes(plan, context.session->disk_root());
+}
+
+}  // namespace
+
 std::string TableFilePath(const std::string& data_folder) {
   return data_folder + "\\" + kTableFileName;
 }
 
 ResultCode BuildPlan(SyncContext& context, SyncTable* recorded, SyncTable* plan) {
   if (!recorded || !plan || !context.session) return result::kGeneralFailure;
-  // Each side's tree lives only until its half is planned, so that no more than one scanned
-  // tree, the record and the plan are held at once (a large disk's trees are most of a
-  // run's memory). Nothing the plan keeps points into a scanned tree.
-  {
-    SyncTable local(context.env);
-    if (ResultCode r = local.ScanLocalFolder(context.mirror, "")) return r;
-    if (context.IsCancelled()) return result::kCancelled;
-    // A missing or unreadable record leaves the tree empty: everything counts as new.
-    recorded->LoadTableFile(context.table_path);
-    if (ResultCode r = PlanLocalSide(&local, recorded, plan)) return r;
-  }
-  {
-    SyncTable server(context.env, context.session);
-    if (ResultCode r = server.ScanServerFolder("", "")) return r;
-    if (context.IsCancelled()) return result::kCancelled;
-    recorded->ReplaceRoot(nullptr);
-    recorded->LoadTableFile(context.table_path);
-    if (ResultCode r = PlanServerSide(&server, recorded, plan)) return r;
-  }
-  if (ResultCode r = MergeMarks(plan)) return r;
-  return LeaveOutTypeClashes(plan, context.session->disk_root());
+  const ResultCode r = PlanBothSides(context, recorded, plan);
+  // A plan cut short must never pass for one that can be executed or handed over.
+  if (r != result::kSuccess) plan->ReplaceRoot(nullptr);
+  return r;
 }
 
 ResultCode ExecuteResolvedPlan(SyncContext& context, SyncTable* recorded, SyncTable* plan) {

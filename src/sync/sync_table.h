@@ -17,6 +17,16 @@ namespace qbrk {
 
 class ServerSession;
 
+// Told about each folder of a scan as it goes: when the folder's node is made, before
+// anything in it is read, and when everything in it and below it is in the tree. A code
+// other than 0 stops the scan with that code.
+class ScanObserver {
+ public:
+  virtual ~ScanObserver() = default;
+  virtual ResultCode FolderEntered(FolderNode& folder) = 0;
+  virtual ResultCode FolderScanned(FolderNode& folder) = 0;
+};
+
 // What the local scan saw of a name that a plan entry acts on: whether a file was there, and
 // its last-write time and size. Execution compares it with the disk before it replaces or
 // deletes a local file, so that an edit made while the run works is never overwritten.
@@ -51,12 +61,14 @@ class SyncTable {
   bool IsExcludedSuffix(std::string_view name) const;
 
   // Scans the local folder `folder_path` (no trailing backslash) into a new root named
-  // `root_name`. 0, 92 or 500.
-  ResultCode ScanLocalFolder(const std::string& folder_path, const std::string& root_name);
+  // `root_name`. 0, 92 or 500, or the observer's code.
+  ResultCode ScanLocalFolder(const std::string& folder_path, const std::string& root_name,
+                             ScanObserver* observer = nullptr);
   // Lists the server folder `folder_path` (relative to the disk root, "" for the top) and
   // everything below it into a new root named `root_name`, through the connection.
-  // 0, 2, 3 (an argument missing), 500, or the listing's code.
-  ResultCode ScanServerFolder(const char* folder_path, const char* root_name);
+  // 0, 2, 3 (an argument missing), 500, the listing's code, or the observer's.
+  ResultCode ScanServerFolder(const char* folder_path, const char* root_name,
+                              ScanObserver* observer = nullptr);
 
   // Writes the tree to the table file at `path`, replacing the old file in one step;
   // 1 when the whole file was written, else 0 (the old file is then as it was).

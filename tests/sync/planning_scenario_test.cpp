@@ -3,6 +3,8 @@
 // sides, and the answers that apply to every later entry.
 #include "scenario.h"
 #include "sync/marks.h"
+#include "sync/planning.h"
+#include "sync/sync_run.h"
 
 namespace qbrk::testing {
 namespace {
@@ -25,6 +27,141 @@ class PlanningScenarioTest : public SyncScenario {
     LocalFile(path, content, FileTimeOf(kBaseSeconds + 7200));
   }
 };
+
+// A plan in list order, one line per entry: path, marks and what the local scan saw.
+void DescribePlan(const SyncTable& table, const FolderNode& folder, const std::string& prefix,
+                  std::string* out) {
+  for (const FolderNode* c = folder.FindFolder(nullptr); c; c = FolderNode::NextFolder(c)) {
+    *out += prefix + c->name() + "/ " + std::to_string(c->marks) + "\n";
+    DescribePlan(table, *c, prefix + c->name() + "/", out);
+  }
+  for (const FileEntry* f = folder.FindFile(nullptr); f; f = FolderNode::NextFile(f)) {
+    *out += prefix + std::string(f->name()) + " " + std::to_string(f->marks);
+    if (const LocalSight* sight = table.sight(f->sight))
+      *out += " saw " + std::to_string(sight->present) + " " +
+              std::to_string(sight->last_write_time) + " " + std::to_string(sight->size);
+    *out += "\n";
+  }
+}
+
+size_t CountFiles(const FolderNode& folder) {
+  size_t count = folder.file_count();
+  for (const FolderNode* c = folder.FindFolder(nullptr); c; c = FolderNode::NextFolder(c))
+    count += CountFiles(*c);
+  return count;
+}
+
+TEST_P(PlanningScenarioTest, PlanningWhileScanningMakesTheWholeTreesPlan) {
+  Start({"a.txt", "b.txt", "c.txt", "top/t1", "top/t2", "top/mid/m1", "top/mid/m2",
+         "top/mid/deep/d1", "top/mid/deep/d2", "quiet/q1", "quiet/sub/q2", "gone-here/g1",
+         "gone-there/g2", "swap", "twice/w1"});
+  // Changes at every depth, on each side and on both.
+  LocalEdit("a.txt", "local a");
+  ServerEdit("b.txt", "server b");
+  LocalEdit("c.txt", "local c");
+  ServerEdit("c.txt", "server c");
+  LocalEdit("top/mid/deep/d1", "local d1");
+  ServerEdit("top/mid/m2", "server m2");
+  LocalFile("top/mid/deep/new-here", "n");
+  ServerFile("top/new-there", "n");
+  // Deletions below folders that otherwise hold nothing to do, so that their plan folders
+  // come from the deletions alone, after those made for changes.
+  LocalRemove("quiet/sub/q2");
+  server().Remove("top/t2");
+  LocalRemove("gone-here");
+  server().Remove("gone-there");
+  // New folders, empty and full, and a file replaced by a folder.
+  LocalFolder("new-empty");
+  LocalFile("new-full/x/y", "y");
+  server().MakeFolder("server-empty");
+  LocalRemove("swap");
+  LocalFile("swap/inside", "folder now");
+  LocalRemove("twice");
+  ServerEdit("twice/w1", "kept on the server");
+  // A name no local file can carry, and one the record never saw.
+  ServerFile("con.txt", "left out");
+
+  std::unique_ptr<ServerSession> session = OpenSession();
+  SyncContext context = Context(*session);
+  SyncTable streamed_record(twin_.env), streamed(twin_.env);
+  ASSERT_EQ(BuildPlan(context, &streamed_record, &streamed), 0u);
+
+  SyncTable local(twin_.env), server(twin_.env, session.get());
+  SyncTable recorded(twin_.env), whole(twin_.env);
+  ASSERT_EQ(local.ScanLocalFolder(kMirror, ""), 0u);
+  ASSERT_EQ(server.ScanServerFolder("", ""), 0u);
+  ASSERT_EQ(recorded.LoadTableFile(TablePath()), 1u);
+  ASSERT_EQ(PlanLocalSide(&local, &recorded, &whole), 0u);
+  recorded.ReplaceRoot(nullptr);
+  ASSERT_EQ(recorded.LoadTableFile(TablePath()), 1u);
+  ASSERT_EQ(PlanServerSide(&server, &recorded, &whole), 0u);
+  ASSERT_EQ(MergeMarks(&whole), 0u);
+  ASSERT_EQ(LeaveOutTypeClashes(&whole, session->disk_root()), 0u);
+  session->CloseSession();
+
+  std::string expected, got;
+  DescribePlan(whole, *whole.root(), "", &expected);
+  DescribePlan(streamed, *streamed.root(), "", &got);
+  EXPECT_EQ(got, expected);
+  // Folders planned for deletions alone come after those planned for changes, files deleted
+  // after files changed; the name no local file can carry is left out.
+  EXPECT_EQ(expected,
+      "new-empty/ 64\n"
+      "new-full/ 64\n"
+      "new-full/x/ 64\n"
+      "new-full/x/y 2 saw 1 126597928230000000 1\n"
+      "swap/ 64\n"
+      "swap/inside 2 saw 1 126597928230000000 10\n"
+      "top/ 1\n"
+      "top/mid/ 1\n"
+      "top/mid/deep/ 1\n"
+      "top/mid/deep/d1 2 saw 1 126598000230000000 8\n"
+      "top/mid/deep/new-here 2 saw 1 126597928230000000 1\n"
+      "top/mid/m2 4 saw 1 126597928230000000 13\n"
+      "top/new-there 4 saw 0 0 0\n"
+      "top/t2 8 saw 1 126597928230000000 9\n"
+      "gone-here/ 17\n"
+      "gone-here/g1 16 saw 0 0 0\n"
+      "quiet/ 1\n"
+      "quiet/sub/ 1\n"
+      "quiet/sub/q2 16 saw 0 0 0\n"
+      "twice/ 32\n"
+      "twice/w1 4 saw 0 0 0\n"
+      "server-empty/ 32\n"
+      "gone-there/ 8\n"
+      "gone-there/g2 8 saw 1 126597928230000000 16\n"
+      "a.txt 2 saw 1 126598000230000000 7\n"
+      "c.txt 6 saw 1 126598000230000000 7\n"
+      "swap 16 saw 0 0 0\n"
+      "b.txt 4 saw 1 126597928230000000 8\n");
+
+  // The streamed scans keep folders only; a scan on its own keeps every file.
+  SyncTable scanned(twin_.env), record_again(twin_.env), plan_again(twin_.env);
+  ASSERT_EQ(record_again.LoadTableFile(TablePath()), 1u);
+  ASSERT_EQ(ScanAndPlanLocalSide(&scanned, kMirror, &record_again, &plan_again), 0u);
+  EXPECT_EQ(CountFiles(*scanned.root()), 0u);
+  EXPECT_NE(scanned.root()->FindFolder("top")->FindFolder("mid"), nullptr);
+  EXPECT_GT(CountFiles(*local.root()), 10u);
+}
+
+TEST_P(PlanningScenarioTest, APlanCutShortIsNeverKept) {
+  Start({"a.txt", "sub/b.txt"});
+  LocalEdit("a.txt", "local a");
+  intercept_ = [](const HandlerRequest& request) -> std::unique_ptr<HandlerResponse> {
+    if (request.method != "PROPFIND" || request.path.find("sub") == std::string::npos)
+      return nullptr;
+    auto response = std::make_unique<HandlerResponse>();
+    response->status = 500;
+    return response;
+  };
+  std::unique_ptr<ServerSession> session = OpenSession();
+  SyncContext context = Context(*session);
+  SyncTable recorded(twin_.env), plan(twin_.env);
+  EXPECT_NE(BuildPlan(context, &recorded, &plan), 0u);
+  // The local half was planned before the listing failed; none of it may be handed on.
+  EXPECT_EQ(plan.root(), nullptr);
+  session->CloseSession();
+}
 
 TEST_P(PlanningScenarioTest, OneSidedChangesTravelWithoutQuestions) {
   Start({"a.txt", "b.txt", "c.txt", "d.txt"});
