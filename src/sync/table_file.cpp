@@ -3,6 +3,7 @@
 // a full disk during a save leaves the previous table whole.
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <new>
 #include <vector>
 
@@ -44,9 +45,75 @@ int64_t ReadUpTo(File& file, uint8_t* data, size_t size) {
 
 enum class Replaced { kDone, kNotCreated, kNotWritten };
 
-// Writes header and body to a fresh file beside `path` and puts it in place of `path`.
+// Writes the body into a file as it comes.
+class FileSink final : public TableBodySink {
+ public:
+  explicit FileSink(File& file) : file_(file) {}
+  bool Append(const uint8_t* data, size_t size) override {
+    return WriteAll(file_, data, size) == sys_error::kSuccess;
+  }
+
+ private:
+  File& file_;
+};
+
+// Reads the body from a file through a window that moves forward with the parser, so that
+// a large table is never in memory whole. A read that fails or comes up short is remembered:
+// the load then reports the file as unreadable rather than damaged.
+class FileSource final : public TableBodySource {
+ public:
+  FileSource(File& file, uint64_t body_start) : file_(file), window_start_(body_start) {}
+
+  const uint8_t* Bytes(uint64_t offset, size_t size) override {
+    offset += body_start();
+    if (offset < window_start_) return nullptr;  // the parser never goes back
+    const uint64_t window_end = window_start_ + window_.size();
+    if (offset + size <= window_end) return window_.data() + (offset - window_start_);
+    // Keep what is still ahead, then read on to cover the request and a window beyond.
+    if (offset < window_end) {
+      window_.erase(window_.begin(), window_.begin() + static_cast<size_t>(offset - window_start_));
+    } else {
+      window_.clear();
+      if (file_.Seek(static_cast<int64_t>(offset), SeekOrigin::kBegin, nullptr) !=
+          sys_error::kSuccess) {
+        failed_ = true;
+        return nullptr;
+      }
+    }
+    window_start_ = offset;
+    const size_t kept = window_.size();
+    const size_t wanted = std::max(size, kWindow);
+    window_.resize(wanted);
+    const int64_t got = ReadUpTo(file_, window_.data() + kept, wanted - kept);
+    if (got < 0) {
+      failed_ = true;
+      window_.resize(kept);
+      return nullptr;
+    }
+    window_.resize(kept + static_cast<size_t>(got));
+    if (window_.size() < size) {
+      failed_ = true;  // the file ended before the size it gave
+      return nullptr;
+    }
+    return window_.data();
+  }
+
+  bool failed() const { return failed_; }
+
+ private:
+  static constexpr size_t kWindow = 256 * 1024;
+  uint64_t body_start() const { return kTableHeaderSize; }
+
+  File& file_;
+  uint64_t window_start_;
+  std::vector<uint8_t> window_;
+  bool failed_ = false;
+};
+
+// Writes a header and a body (from `write_body`, or none) to a fresh file beside `path` and
+// puts it in place of `path`.
 Replaced ReplaceTableFile(FileSystem& files, const std::string& path, const uint8_t* header,
-                      const std::vector<uint8_t>& body) {
+                          const std::function<bool(TableBodySink&)>& write_body) {
   const std::string fresh = path + kNewSuffix;
   files.SetAttributes(fresh, file_attr::kNormal);  // a leftover of a crashed save
   {
@@ -54,8 +121,9 @@ Replaced ReplaceTableFile(FileSystem& files, const std::string& path, const uint
     if (files.OpenFile(fresh, file_access::kWrite, file_share::kRead, Disposition::kCreateAlways,
                        &file) != sys_error::kSuccess)
       return Replaced::kNotCreated;
+    FileSink sink(*file);
     const bool written = WriteAll(*file, header, kTableHeaderSize) == sys_error::kSuccess &&
-                         WriteAll(*file, body.data(), body.size()) == sys_error::kSuccess &&
+                         (!write_body || write_body(sink)) &&
                          file->Flush() == sys_error::kSuccess;
     file.reset();
     if (!written) {
@@ -111,9 +179,9 @@ int SyncTable::Save(const std::string& path, bool checkpoint) {
   }
   uint8_t header[kTableHeaderSize];
   BuildTableHeader(quota, header);
-  std::vector<uint8_t> body;
   // Without a tree only the header is written, and the save reports failure.
-  if (root_ && !SerializeTableBody(*root_, &body)) return 0;
+  std::function<bool(TableBodySink&)> body;
+  if (root_) body = [this](TableBodySink& sink) { return WriteTableBody(*root_, sink); };
   if (ReplaceTableFile(files, path, header, body) != Replaced::kDone) return 0;
   return root_ ? 1 : 0;
 }
@@ -128,14 +196,13 @@ ResultCode SyncTable::LoadTableFile(const std::string& path) {
   if (file->GetSize(&size) != sys_error::kSuccess || size <= kTableHeaderSize ||
       size - kTableHeaderSize > SIZE_MAX)
     return result::kTableReadFailed;
-  const size_t body_size = static_cast<size_t>(size - kTableHeaderSize);
-  std::unique_ptr<uint8_t[]> body(new (std::nothrow) uint8_t[body_size]);
-  if (!body) return result::kTableReadFailed;
-  if (ReadUpTo(*file, body.get(), body_size) != static_cast<int64_t>(body_size))
-    return result::kTableReadFailed;
-  file.reset();
   root_.reset();
-  root_ = ParseTableBody(body.get(), body_size, TableVersion(header));
+  FileSource source(*file, kTableHeaderSize);
+  root_ = ParseTableBody(source, size - kTableHeaderSize, TableVersion(header));
+  if (source.failed()) {
+    root_.reset();
+    return result::kTableReadFailed;
+  }
   return root_ ? 1 : result::kGeneralFailure;
 }
 
@@ -189,8 +256,11 @@ ResultCode WriteQuotaToTableFile(FileSystem& files, const std::string& path, uin
       return result::kTableReadFailed;
     }
   }
+  auto write_body = [&body](TableBodySink& sink) {
+    return body.empty() || sink.Append(body.data(), body.size());
+  };
   // A file that cannot be created is no error of this operation; a failed write is.
-  return ReplaceTableFile(files, path, header, body) == Replaced::kNotWritten
+  return ReplaceTableFile(files, path, header, write_body) == Replaced::kNotWritten
              ? result::kTableWriteFailed
              : result::kSuccess;
 }

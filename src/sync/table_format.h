@@ -43,15 +43,39 @@ TableQuota TableQuotaOf(const uint8_t header[kTableHeaderSize]);
 // Writes `quota` into bytes 44 to 67 of a header.
 void SetTableQuota(const TableQuota& quota, uint8_t header[kTableHeaderSize]);
 
-// Appends the block of `root` and its subtree to `out`. False when memory ran out or the body
-// would need offsets beyond 32 bits.
+// Takes a body in pieces, in order; false stops the writing.
+class TableBodySink {
+ public:
+  virtual ~TableBodySink() = default;
+  virtual bool Append(const uint8_t* data, size_t size) = 0;
+};
+
+// Writes the block of `root` and its subtree to `sink` in pieces of at most 64 KiB (a single
+// longer record aside), so that a large table never needs its body in memory. False when
+// memory ran out, the sink failed, or the body would need offsets beyond 32 bits.
+bool WriteTableBody(const FolderNode& root, TableBodySink& sink);
+// The same, appended to `out`.
 bool SerializeTableBody(const FolderNode& root, std::vector<uint8_t>* out);
 
-// Parses a body into a new tree. Nothing in it is trusted: a count, offset or record length
-// that points outside the body, a record shorter than its fixed part or without its NUL
-// inside its length, a child block that does not lie after everything before it (so blocks
-// can neither overlap nor loop), two entries of one name in one folder, or nesting deeper
-// than kMaxTreeDepth makes it fail with null. Work is linear in the body's size.
+// Gives the parser the body's bytes. The parser never asks for bytes before the start of
+// its previous request, so a source may drop what lies before it.
+class TableBodySource {
+ public:
+  virtual ~TableBodySource() = default;
+  // The `size` bytes at `offset` (which the parser has checked to lie inside the body),
+  // valid until the next call; null when they cannot be had.
+  virtual const uint8_t* Bytes(uint64_t offset, size_t size) = 0;
+};
+
+// Parses a body of `size` bytes into a new tree. Nothing in it is trusted: a count, offset or
+// record length that points outside the body, a record shorter than its fixed part or
+// without its NUL inside its length, a child block that does not lie after everything before
+// it (so blocks can neither overlap nor loop), two entries of one name in one folder, or
+// nesting deeper than kMaxTreeDepth makes it fail with null. Work is linear in the body's
+// size.
+std::unique_ptr<FolderNode> ParseTableBody(TableBodySource& source, uint64_t size,
+                                           uint32_t version);
+// The same over a body held in memory.
 std::unique_ptr<FolderNode> ParseTableBody(const uint8_t* body, size_t size, uint32_t version);
 
 // A version-1 server time (milliseconds since 1970) as a FILETIME.

@@ -3,7 +3,9 @@
 // files, and the quota figures it caches.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include "settings/twin_env.h"
 #include "sync/sync_table.h"
@@ -14,6 +16,10 @@ namespace {
 
 constexpr char kPath[] = "C:\\data\\.Qbrook.dir";
 constexpr uint32_t kHiddenSystemReadOnly = 0x7;
+
+using Op = MemoryFileSystem::Op;
+
+FileEntry* NewEntry(const std::string& name) { return new FileEntry(FileRecord::WithName(name)); }
 
 class TableFileTest : public ::testing::Test {
  protected:
@@ -77,7 +83,6 @@ TEST_F(TableFileTest, AFailingSaveLeavesThePreviousTableWhole) {
   ASSERT_EQ(table.SaveTableFile(kPath), 1);
   const std::string before = Bytes();
   table.root()->AddFile(new FileEntry(FileRecord::WithName("more")));
-  using Op = MemoryFileSystem::Op;
   for (Op failing : {Op::kOpen, Op::kWrite, Op::kFlush, Op::kRenameReplacing}) {
     twin_.files.set_fault([failing](Op op, const std::string& path) -> SysError {
       if (op != failing) return 0;
@@ -122,6 +127,62 @@ TEST_F(TableFileTest, LoadAnswersForMissingShortForeignAndDamagedFiles) {
   ASSERT_EQ(twin_.files.OpenFile(kPath, file_access::kRead, file_share::kNone,
                                  Disposition::kOpenExisting, &held), 0u);
   EXPECT_EQ(table.LoadTableFile(kPath), 151u);
+}
+
+// Far larger than what a load reads at once, with records and blocks across its edges.
+void FillLarge(SyncTable& table) {
+  FolderNode* root = table.EnsureRoot();
+  for (int f = 0; f < 40; ++f) {
+    FolderNode* folder = root->AddFolder(new FolderNode("folder" + std::to_string(f)));
+    for (int i = 0; i < 250; ++i) {
+      FileRecord record = FileRecord::WithName(std::string(i % 97 + 1, 'n') + std::to_string(i));
+      record.set_size(static_cast<uint64_t>(f) << 32 | static_cast<uint64_t>(i));
+      folder->AddFile(new FileEntry(std::move(record)));
+    }
+    if (f % 7 == 0) folder->AddFolder(new FolderNode("deeper"))->AddFile(NewEntry("x"));
+  }
+}
+
+TEST_F(TableFileTest, ALargeTableGoesOutAndComesBackInPieces) {
+  SyncTable table(twin_.env);
+  FillLarge(table);
+  ASSERT_EQ(table.SaveTableFile(kPath), 1);
+  std::vector<uint8_t> body;
+  ASSERT_TRUE(SerializeTableBody(*table.root(), &body));
+  ASSERT_GT(body.size(), 3u * 256 * 1024);  // several times what a load reads at once
+  EXPECT_EQ(Bytes().substr(kTableHeaderSize), std::string(body.begin(), body.end()));
+
+  struct PieceSink : TableBodySink {
+    bool Append(const uint8_t* data, size_t size) override {
+      largest = std::max(largest, size);
+      bytes.insert(bytes.end(), data, data + size);
+      return true;
+    }
+    size_t largest = 0;
+    std::vector<uint8_t> bytes;
+  } pieces;
+  ASSERT_TRUE(WriteTableBody(*table.root(), pieces));
+  EXPECT_EQ(pieces.bytes, body);
+  EXPECT_LE(pieces.largest, 64u * 1024);
+
+  SyncTable loaded(twin_.env);
+  ASSERT_EQ(loaded.LoadTableFile(kPath), 1u);
+  std::vector<uint8_t> again;
+  ASSERT_TRUE(SerializeTableBody(*loaded.root(), &again));
+  EXPECT_EQ(again, body);
+
+  // A read that fails half-way is an unreadable file, and nothing of it is kept.
+  int reads = 0;
+  twin_.files.set_fault([&reads](Op op, const std::string&) -> SysError {
+    return op == Op::kRead && ++reads > 3 ? sys_error::kAccessDenied : 0;
+  });
+  EXPECT_EQ(loaded.LoadTableFile(kPath), 152u);
+  EXPECT_EQ(loaded.root(), nullptr);
+  twin_.files.set_fault(nullptr);
+  // So is a file that ends before the records its blocks count.
+  Put(Bytes().substr(0, kTableHeaderSize + body.size() / 2));
+  EXPECT_NE(loaded.LoadTableFile(kPath), 1u);
+  EXPECT_EQ(loaded.root(), nullptr);
 }
 
 TEST_F(TableFileTest, SaveWithoutATreeWritesOnlyTheHeaderAndFails) {
