@@ -67,17 +67,22 @@ void FolderNode::Destroy() {
 
 void FolderNode::DestroyFiles() {
   file_index_.Clear();
-  for (auto* node = files_.head(); node; node = node->next) delete node->item;
-  files_.RemoveAll();
+  for (FileEntry* entry = first_file_; entry;) {
+    FileEntry* next = entry->next_;
+    delete entry;
+    entry = next;
+  }
+  first_file_ = last_file_ = nullptr;
+  file_count_ = 0;
 }
 
 FileEntry* FolderNode::AddFile(FileEntry* entry) {
   if (!entry) return nullptr;
-  entry->position_ = files_.AddTail(entry);
-  if (!entry->position_) {
-    delete entry;
-    return nullptr;
-  }
+  entry->previous_ = last_file_;
+  entry->next_ = nullptr;
+  (last_file_ ? last_file_->next_ : first_file_) = entry;
+  last_file_ = entry;
+  ++file_count_;
   if (file_index_.active()) file_index_.Insert(entry);
   return entry;
 }
@@ -93,39 +98,39 @@ FolderNode* FolderNode::AddFolder(FolderNode* child) {
   return child;
 }
 
-template <typename Index, typename List>
-void FolderNode::Refresh(Index& index, const List& list) {
+template <typename Index, typename Item>
+void FolderNode::Refresh(Index& index, size_t count, Item* first, Item* (*next)(const Item*)) {
   if (index.active() && !index.stale()) return;
-  if (list.size() <= kIndexThreshold) {
+  if (count <= kIndexThreshold) {
     index.Clear();  // a stale index must not answer; the short list is searched instead
     return;
   }
-  if (!index.Reserve(list.size())) return;
-  for (auto* node = list.head(); node; node = node->next) {
-    if (!index.Insert(node->item)) return;
+  if (!index.Reserve(count)) return;
+  for (Item* item = first; item; item = next(item)) {
+    if (!index.Insert(item)) return;
   }
 }
 
 FileEntry* FolderNode::FindFile(const char* name) const {
-  if (!name) return files_.empty() ? nullptr : files_.head()->item;
+  if (!name) return first_file_;
   return FindFile(std::string_view(name, std::strlen(name)));
 }
 
 FileEntry* FolderNode::FindFile(std::string_view name) const {
-  Refresh(file_index_, files_);
+  Refresh(file_index_, file_count_, first_file_, &FolderNode::NextFile);
   if (file_index_.active()) return file_index_.Find(name);
-  for (auto* node = files_.head(); node; node = node->next)
-    if (node->item->name() == name) return node->item;
+  for (FileEntry* entry = first_file_; entry; entry = entry->next_)
+    if (entry->name() == name) return entry;
   return nullptr;
 }
 
 FolderNode* FolderNode::FindFolder(const char* name) const {
-  if (!name) return folders_.empty() ? nullptr : folders_.head()->item;
+  if (!name) return first_folder();
   return FindFolder(std::string_view(name, std::strlen(name)));
 }
 
 FolderNode* FolderNode::FindFolder(std::string_view name) const {
-  Refresh(folder_index_, folders_);
+  Refresh(folder_index_, folders_.size(), first_folder(), &FolderNode::NextFolder);
   if (folder_index_.active()) return folder_index_.Find(name);
   for (auto* node = folders_.head(); node; node = node->next)
     if (node->item->name_ == name) return node->item;
@@ -133,11 +138,10 @@ FolderNode* FolderNode::FindFolder(std::string_view name) const {
 }
 
 FileEntry* FolderNode::NextFile(const FileEntry* entry) {
-  if (!entry || !entry->position_ || !entry->position_->next) return nullptr;
-  const auto* next = entry->position_->next;
+  if (!entry || !entry->next_) return nullptr;
   // Walks visit every entry in turn: fetch the one after this early.
-  if (next->next) __builtin_prefetch(next->next->item);
-  return next->item;
+  if (entry->next_->next_) __builtin_prefetch(entry->next_->next_);
+  return entry->next_;
 }
 
 FolderNode* FolderNode::NextFolder(const FolderNode* node) {
@@ -156,10 +160,13 @@ void FolderNode::AddLeftOut(std::string name) {
 }
 
 std::unique_ptr<FileEntry> FolderNode::RemoveFile(FileEntry* entry) {
-  if (!entry || !entry->position_) return nullptr;
+  // An entry in no list has no neighbours and is no list's first.
+  if (!entry || (!entry->previous_ && first_file_ != entry)) return nullptr;
   file_index_.Erase(entry);
-  files_.RemoveAt(entry->position_);
-  entry->position_ = nullptr;
+  (entry->previous_ ? entry->previous_->next_ : first_file_) = entry->next_;
+  (entry->next_ ? entry->next_->previous_ : last_file_) = entry->previous_;
+  entry->previous_ = entry->next_ = nullptr;
+  --file_count_;
   return std::unique_ptr<FileEntry>(entry);
 }
 

@@ -1,5 +1,5 @@
-// The entry table's tree: folder nodes owning ordered lists of file entries and of child
-// folders. Lists keep insertion order (the order of the enumeration, listing or table file
+// The entry table's tree: folder nodes owning ordered lists of file entries (linked through
+// the entries themselves, a large disk's many small objects) and of child folders. Lists keep insertion order (the order of the enumeration, listing or table file
 // that built them); lookups compare names byte for byte, case-sensitive, and answer the
 // first match in list order. A hash index beside each large list keeps lookups from walking
 // it, so planning stays linear in the size of a folder.
@@ -62,7 +62,9 @@ class FileEntry {
   FileEntry(const FileRecord& from, uint8_t* storage) : record_(FileRecord::Embed(from, storage)) {}
 
   FileRecord record_;
-  PtrList<FileEntry>::Position position_ = nullptr;
+  // The folder's file list runs through its entries, so that an entry costs no list node.
+  FileEntry* previous_ = nullptr;
+  FileEntry* next_ = nullptr;
 };
 
 class FolderNode {
@@ -78,9 +80,10 @@ class FolderNode {
   // Frees the file entries only; the child folders stay.
   void DestroyFiles();
 
-  // Appends and takes ownership; the entry, or null when it is null or no list node could be
-  // had (the entry is then freed).
+  // Appends and takes ownership; the entry (null for null).
   FileEntry* AddFile(FileEntry* entry);
+  // The same for a child folder; null when it is null or no list node could be had (the
+  // child is then freed).
   FolderNode* AddFolder(FolderNode* child);
 
   // With a null name the first entry; else the first whose name equals `name` exactly.
@@ -97,9 +100,9 @@ class FolderNode {
   std::unique_ptr<FolderNode> RemoveFolder(FolderNode* child);
 
   const std::string& name() const { return name_; }
-  size_t file_count() const { return files_.size(); }
+  size_t file_count() const { return file_count_; }
   size_t folder_count() const { return folders_.size(); }
-  bool empty() const { return files_.empty() && folders_.empty(); }
+  bool empty() const { return file_count_ == 0 && folders_.empty(); }
 
   uint32_t marks = 0;
 
@@ -112,11 +115,15 @@ class FolderNode {
  private:
   static std::string_view FileKey(const FileEntry* entry) { return entry->name(); }
   static std::string_view FolderKey(const FolderNode* node) { return node->name_; }
-  // Builds the index of a list that has grown large, or rebuilds a stale one.
-  template <typename Index, typename List>
-  static void Refresh(Index& index, const List& list);
+  // Builds the index of a list that has grown large, or rebuilds a stale one; the list
+  // holds `count` items from `first` on.
+  template <typename Index, typename Item>
+  static void Refresh(Index& index, size_t count, Item* first, Item* (*next)(const Item*));
+  FolderNode* first_folder() const { return folders_.empty() ? nullptr : folders_.head()->item; }
 
-  PtrList<FileEntry> files_;
+  FileEntry* first_file_ = nullptr;
+  FileEntry* last_file_ = nullptr;
+  size_t file_count_ = 0;
   PtrList<FolderNode> folders_;
   // Built on demand by the finds, which are otherwise read-only.
   mutable NameIndex<FileEntry, &FolderNode::FileKey> file_index_;

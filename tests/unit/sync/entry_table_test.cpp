@@ -156,6 +156,29 @@ TEST_P(FolderLookupTest, ListsKeepInsertionOrderAndFindTheFirstExactName) {
 
 INSTANTIATE_TEST_SUITE_P(SmallAndIndexed, FolderLookupTest, ::testing::Values(3, 16, 17, 500));
 
+TEST(FolderNodeTest, FilesLeaveFromEitherEndOnlyOnceAndDestroyFilesKeepsFolders) {
+  FolderNode folder;
+  FileEntry* a = folder.AddFile(NewFile("a"));
+  folder.AddFile(NewFile("b"));
+  FileEntry* c = folder.AddFile(NewFile("c"));
+  std::unique_ptr<FileEntry> first = folder.RemoveFile(a);
+  std::unique_ptr<FileEntry> last = folder.RemoveFile(c);
+  EXPECT_EQ(FileNames(folder), std::vector<std::string>{"b"});
+  EXPECT_EQ(folder.RemoveFile(a), nullptr);  // already out of the list
+  EXPECT_EQ(folder.RemoveFile(c), nullptr);
+  folder.AddFile(first.release());  // an entry that left can be added again, at the end
+  EXPECT_EQ(FileNames(folder), (std::vector<std::string>{"b", "a"}));
+  EXPECT_EQ(FolderNode::NextFile(folder.FindFile("a")), nullptr);
+  folder.AddFolder(new FolderNode("kept"))->AddFile(NewFile("inner"));
+  folder.DestroyFiles();
+  EXPECT_EQ(folder.file_count(), 0u);
+  EXPECT_EQ(folder.FindFile(nullptr), nullptr);
+  ASSERT_NE(folder.FindFolder("kept"), nullptr);
+  EXPECT_EQ(folder.FindFolder("kept")->file_count(), 1u);
+  folder.AddFile(NewFile("after"));
+  EXPECT_EQ(FileNames(folder), std::vector<std::string>{"after"});
+}
+
 TEST(FolderNodeTest, NullsAreRefusedAndDestroyEmptiesEverything) {
   FolderNode folder("top");
   EXPECT_EQ(folder.AddFile(nullptr), nullptr);
