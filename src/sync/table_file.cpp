@@ -62,10 +62,12 @@ class FileSink final : public TableBodySink {
 // the load then reports the file as unreadable rather than damaged.
 class FileSource final : public TableBodySource {
  public:
-  FileSource(File& file, uint64_t body_start) : file_(file), window_start_(body_start) {}
+  // The body starts `body_start` bytes into the file.
+  FileSource(File& file, uint64_t body_start)
+      : file_(file), body_start_(body_start), window_start_(body_start) {}
 
   const uint8_t* Bytes(uint64_t offset, size_t size) override {
-    offset += body_start();
+    offset += body_start_;
     if (offset < window_start_) return nullptr;  // the parser never goes back
     const uint64_t window_end = window_start_ + window_.size();
     if (offset + size <= window_end) return window_.data() + (offset - window_start_);
@@ -102,10 +104,10 @@ class FileSource final : public TableBodySource {
 
  private:
   static constexpr size_t kWindow = 256 * 1024;
-  uint64_t body_start() const { return kTableHeaderSize; }
 
   File& file_;
-  uint64_t window_start_;
+  const uint64_t body_start_;
+  uint64_t window_start_;  // the file offset of window_'s first byte
   std::vector<uint8_t> window_;
   bool failed_ = false;
 };
